@@ -1,0 +1,10 @@
+kf_sources(
+    PORTABLE
+        byte_order.cpp
+    WIN
+        clock_win.cpp
+        counters_win.cpp
+        lifecycle_win.cpp
+        module_paths_win.cpp
+        state_win.cpp
+)

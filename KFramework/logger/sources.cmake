@@ -1,0 +1,4 @@
+kf_sources(
+    PORTABLE
+    WIN
+)

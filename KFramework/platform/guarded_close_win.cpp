@@ -1,0 +1,67 @@
+#include "KFramework/platform/guarded_close_win.h"
+
+#include <atomic>
+
+// GCC has no __try. A vectored handler puts the thread back to the context that
+// guarded_close() captured; nothing between the two owns a resource.
+extern "C" __declspec(dllimport) void WINAPI RtlCaptureContext(PCONTEXT) __attribute__((returns_twice));
+
+namespace kf::platform
+{
+namespace
+{
+constexpr DWORD kStackOverflow = 0xC00000FD;
+constexpr DWORD kErrorSeverity = 3;
+
+struct guarded_frame
+{
+    CONTEXT context;
+    volatile DWORD code;
+};
+
+thread_local guarded_frame* volatile innermost = nullptr;
+
+LONG CALLBACK resume_at_frame(EXCEPTION_POINTERS* exception)
+{
+    guarded_frame* const frame = innermost;
+    const DWORD code = exception->ExceptionRecord->ExceptionCode;
+    if (frame == nullptr || (code >> 30) != kErrorSeverity || code == kStackOverflow)
+        return EXCEPTION_CONTINUE_SEARCH;
+    innermost = nullptr;
+    frame->code = code;
+    *exception->ContextRecord = frame->context;
+    return EXCEPTION_CONTINUE_EXECUTION;
+}
+
+/// One registration for the module, taken back when it unloads.
+struct handler_registration
+{
+    void* const handle = ::AddVectoredExceptionHandler(1, resume_at_frame);
+    ~handler_registration() { ::RemoveVectoredExceptionHandler(handle); }
+};
+
+void register_handler()
+{
+    static const handler_registration registration;
+}
+} // namespace
+
+__attribute__((noinline)) bool guarded_close(HANDLE handle) noexcept
+{
+    register_handler();
+    guarded_frame frame;
+    frame.code = 0;
+    guarded_frame* const outer = innermost;
+    volatile BOOL closed = FALSE;
+    ::RtlCaptureContext(&frame.context);
+    if (frame.code == 0)
+    {
+        innermost = &frame;
+        std::atomic_signal_fence(std::memory_order_seq_cst);
+        closed = ::CloseHandle(handle);
+        std::atomic_signal_fence(std::memory_order_seq_cst);
+    }
+    innermost = outer;
+    return frame.code == 0 && closed != FALSE;
+}
+} // namespace kf::platform

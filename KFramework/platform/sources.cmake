@@ -1,0 +1,5 @@
+kf_sources(
+    PORTABLE
+    WIN
+        guarded_close_win.cpp
+)

@@ -1,0 +1,6 @@
+kf_sources(
+    PORTABLE
+        mutexes.cpp
+    WIN
+        threads_win.cpp
+)

@@ -1,0 +1,5 @@
+kf_sources(
+    PORTABLE
+    WIN
+        utf16_win.cpp
+)
