@@ -1,0 +1,24 @@
+# KF_CHECKS chooses what the compiler checks at run time. It applies to everything in the build, the test
+# framework included, because checked containers and sanitizers change layouts.
+set(KF_CHECKS none CACHE STRING "none, traps (MinGW), address or thread (native)")
+set_property(CACHE KF_CHECKS PROPERTY STRINGS none traps address thread)
+
+# One place for optimisation: CMake's own per-type flags would add another -O.
+set(CMAKE_CXX_FLAGS_RELEASE "-O2 -g -gdwarf-4 -DNDEBUG")
+set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g -gdwarf-4")
+
+if(KF_CHECKS STREQUAL "traps")
+  # MinGW has no sanitizer run-time libraries, so undefined behaviour ends the program instead of being reported.
+  add_compile_options(-fsanitize=undefined -fsanitize-undefined-trap-on-error -fstack-protector-all)
+  add_compile_definitions(_GLIBCXX_DEBUG)
+  add_link_options(-fstack-protector-all)
+elseif(KF_CHECKS STREQUAL "address")
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_compile_definitions(_GLIBCXX_ASSERTIONS)
+  add_link_options(-fsanitize=address,undefined)
+elseif(KF_CHECKS STREQUAL "thread")
+  add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=thread)
+elseif(NOT KF_CHECKS STREQUAL "none")
+  message(FATAL_ERROR "KF_CHECKS must be none, traps, address or thread, not '${KF_CHECKS}'")
+endif()

@@ -1,0 +1,15 @@
+# Copies the shared C++ runtime beside the programs, which is where Windows and Wine look first.
+if(MINGW)
+  set(kf_runtime libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
+  if(KF_CHECKS STREQUAL "traps")
+    list(APPEND kf_runtime libssp-0.dll)
+  endif()
+  foreach(name IN LISTS kf_runtime)
+    execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${name} OUTPUT_VARIABLE path
+                    OUTPUT_STRIP_TRAILING_WHITESPACE)
+    if(NOT IS_ABSOLUTE "${path}")
+      message(FATAL_ERROR "The compiler does not know where its ${name} is")
+    endif()
+    file(COPY ${path} DESTINATION ${CMAKE_RUNTIME_OUTPUT_DIRECTORY} FOLLOW_SYMLINK_CHAIN)
+  endforeach()
+endif()

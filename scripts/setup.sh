@@ -1,0 +1,192 @@
+#!/bin/bash
+# Installs what the build needs on Debian 12 (through apt, as root) and builds what Debian does not package for
+# MinGW. Quick when nothing is missing. KFRAMEWORK_DEPS names the folder of the built dependencies; without it
+# they lie in build/deps.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+deps=${KFRAMEWORK_DEPS:-$PWD/build/deps}
+triplet=x86_64-w64-mingw32
+work=
+
+fail()
+{
+    echo "setup: $*" >&2
+    exit 1
+}
+
+apt_get()
+{
+    DEBIAN_FRONTEND=noninteractive apt-get -qq -o DPkg::Lock::Timeout=120 -o Acquire::Retries=3 "$@" </dev/null
+}
+
+# --- packages ------------------------------------------------------------------------------------------------
+
+packages=(
+    ca-certificates ccache cmake g++ ninja-build python3 xz-utils
+    g++-mingw-w64-x86-64-posix mingw-w64-tools libz-mingw-w64-dev wine64
+    libboost1.81-dev libboost-thread1.81-dev libutfcpp-dev zlib1g-dev googletest
+    libcli11-dev libstb-dev
+)
+
+missing_packages()
+{
+    local installed
+    installed=" $(dpkg-query -W -f '${Package} ${db:Status-Status}\n' "${packages[@]}" 2>/dev/null |
+        awk '$2 == "installed" { printf "%s ", $1 }') "
+    for package in "${packages[@]}"; do
+        [[ $installed == *" $package "* ]] || echo "$package"
+    done
+}
+
+install_packages()
+{
+    [[ $(id -u) == 0 ]] || fail "these packages are missing, and only root can install them: $*"
+    command -v apt-get >/dev/null || fail "this script knows Debian's apt only; please install: $*"
+    apt_get update || fail "apt-get update failed"
+    # A leftover half-configured package would fail every later installation.
+    dpkg --configure -a >/dev/null || fail "dpkg --configure -a failed"
+    # Fewer syncs: an interrupted installation is simply repeated.
+    apt_get -o Dpkg::Options::=--force-unsafe-io -o Dpkg::Use-Pty=0 install --no-install-recommends "$@" >"$work/apt.log" 2>&1 ||
+        { tail -n 20 "$work/apt.log" >&2; fail "installing packages failed: $*"; }
+}
+
+# --- source tarballs -----------------------------------------------------------------------------------------
+
+# The machine's own apt sources, a second time, as source entries in a private list.
+source_apt()
+{
+    apt_get -o Dir::Etc::sourcelist="$work/apt/sources.list" -o Dir::Etc::sourceparts="$work/apt/parts" \
+        -o Dir::State::lists="$work/apt/lists" -o Dir::Cache::srcpkgcache= -o Dir::Cache::pkgcache= "$@"
+}
+
+write_source_lists()
+{
+    mkdir -p "$work/apt/parts" "$work/apt/lists/partial"
+    chmod -R a+rX "$work"
+    : >"$work/apt/sources.list"
+    local list
+    for list in /etc/apt/sources.list /etc/apt/sources.list.d/*.list; do
+        [[ -f $list ]] || continue
+        sed -n 's/^[[:space:]]*deb[[:space:]]/deb-src /p' "$list" >>"$work/apt/sources.list"
+    done
+    for list in /etc/apt/sources.list.d/*.sources; do
+        [[ -f $list ]] || continue
+        sed 's/^Types:.*/Types: deb-src/' "$list" >"$work/apt/parts/${list##*/}"
+    done
+}
+
+# fetch_source PACKAGE: downloads the orig tarball of a source package, hash checked, and prints its path.
+fetch_source()
+{
+    local package=$1 line uri file sum
+    if [[ ! -d $work/apt ]]; then
+        write_source_lists
+        # A list without sources may answer with an error: what counts is that the package is found below.
+        source_apt update >"$work/apt/update.log" 2>&1 || true
+    fi
+    line=$(source_apt source --print-uris "$package" 2>/dev/null | grep -E '\.orig\.tar\.[a-z0-9]+ ' | head -n 1) ||
+        fail "apt knows no source tarball of $package: $(tail -n 1 "$work/apt/update.log")"
+    read -r uri file _ sum <<<"$line"
+    [[ $sum == SHA256:* ]] || fail "apt gave no SHA-256 for $package"
+    /usr/lib/apt/apt-helper download-file "${uri//\'/}" "$work/$file" "$sum" >"$work/download.log" 2>&1 ||
+        fail "downloading $file failed: $(tail -n 1 "$work/download.log")"
+    echo "$work/$file"
+}
+
+# --- built dependencies --------------------------------------------------------------------------------------
+
+compiler_id()
+{
+    "$triplet-g++-posix" -dumpfullversion
+}
+
+# dependency_key FLAGS...: what a built folder's name ends with; other flags or another compiler, another folder.
+dependency_key()
+{
+    { compiler_id; echo "$*"; } | sha256sum | cut -c 1-12
+}
+
+# provide NAME VERSION VARIANT BUILDER FLAGS...: builds $deps/NAME-VERSION-VARIANT-KEY unless it is there, and
+# points the link $deps/NAME-VARIANT at it, which is where CMake looks.
+provide()
+{
+    local name=$1 version=$2 variant=$3 builder=$4
+    shift 4
+    local folder
+    folder=$name-$version-$variant-$(dependency_key "$@")
+    if [[ ! -f $deps/$folder/done ]]; then
+        rm -rf "${deps:?}/$folder"
+        mkdir -p "$work/out-$folder"
+        "$builder" "$work/out-$folder" "$@" || fail "building $name $version ($variant) failed"
+        touch "$work/out-$folder/done"
+        mv "$work/out-$folder" "$deps/$folder"
+        built+=" $name-$variant"
+    fi
+    [[ $(readlink "$deps/$name-$variant" || true) == "$folder" ]] || ln -sfn "$folder" "$deps/$name-$variant"
+}
+
+# The four files that are Boost.Thread on Windows; its headers are Debian's.
+build_boost_thread()
+{
+    local out=$1 source tarball file object
+    shift
+    source=$work/boost-thread-source
+    if [[ ! -d $source ]]; then
+        tarball=$(fetch_source boost1.81) || return 1
+        mkdir -p "$source"
+        tar -xf "$tarball" -C "$source" --strip-components=1 --wildcards '*/libs/thread/src/*' ||
+            fail "unpacking ${tarball##*/} failed"
+        mkdir -p "$source/include"
+        ln -s /usr/include/boost "$source/include/boost"
+    fi
+    mkdir -p "$out/lib" "$out/objects"
+    for file in win32/thread win32/tss_pe win32/thread_primitives future; do
+        object=$out/objects/${file##*/}.o
+        "$triplet-g++-posix" "$@" -DBOOST_THREAD_BUILD_LIB -DBOOST_THREAD_WIN32 -DBOOST_USE_WINDOWS_H \
+            -DBOOST_CHRONO_HEADER_ONLY -D_WIN32_WINNT=0x0601 -ffile-prefix-map="$source=boost" -isystem "$source/include" \
+            -I "$source/libs/thread/src" -c "$source/libs/thread/src/$file.cpp" -o "$object" || return 1
+    done
+    "$triplet-ar" rcs "$out/lib/libboost_thread.a" "$out"/objects/*.o && rm -rf "$out/objects"
+}
+
+# A further library (OpenSSL's libcrypto, say) is one builder like the one above and one line here.
+provide_all()
+{
+    local boost=1.81.0
+    # The layouts of checked containers differ, so the checked build has its own archive.
+    provide boost-thread $boost release build_boost_thread -std=c++20 -O2 -g -gdwarf-4 -DNDEBUG
+    provide boost-thread $boost debug build_boost_thread -std=c++20 -O1 -g -gdwarf-4 -D_GLIBCXX_DEBUG -fstack-protector-all
+}
+
+# -------------------------------------------------------------------------------------------------------------
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+installed=
+mapfile -t missing < <(missing_packages)
+if ((${#missing[@]})); then
+    echo "setup: installing ${#missing[@]} Debian packages: ${missing[*]}"
+    install_packages "${missing[@]}"
+    installed=" ${#missing[@]} packages"
+fi
+
+built=
+mkdir -p "$deps"
+exec 9>"$deps/.lock"
+flock 9 || fail "cannot lock $deps"
+provide_all
+flock -u 9
+
+# What CMake uses unless the variable is set: one place, wherever the folder really is.
+if [[ $deps != "$PWD/build/deps" && ! -e build/deps ]]; then
+    mkdir -p build
+    ln -sfn "$deps" build/deps
+fi
+
+if [[ -n $installed$built ]]; then
+    echo "setup: ready; installed${installed:- no packages}, built${built:- nothing}"
+else
+    echo "setup: nothing is missing"
+fi
