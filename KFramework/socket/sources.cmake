@@ -1,4 +1,8 @@
 kf_sources(
     PORTABLE
+        frame.cpp
+        payload_zlib.cpp
     WIN
+        frames_win.cpp
+        primitives_win.cpp
 )
