@@ -13,7 +13,7 @@ namespace
 /// Handle values are multiples of 4 and are given out from the lowest free one.
 constexpr std::uintptr_t kStep = 4;
 /// Gives up this far behind the last handle found.
-constexpr std::uintptr_t kGap = 0x4000;
+constexpr std::uintptr_t kGap = 0x2000;
 
 template <class Predicate>
 std::size_t count_handles(Predicate wanted)

@@ -7,7 +7,7 @@ namespace kf::test
 {
 
 /// Counts by probing every handle value, sockets included (a socket is a handle); the system's own counter
-/// answers 0 under Wine. Takes a few milliseconds. Threads of the runtime may come and go: do the thing to be
+/// answers 0 under Wine. Takes about 0.1 s under Wine. Threads of the runtime may come and go: do the thing to be
 /// measured once before the first count, and compare with wait_until where threads or children end.
 [[nodiscard]] std::size_t handle_count();
 
