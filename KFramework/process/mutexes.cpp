@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <new>
@@ -205,7 +206,7 @@ bool WaitTimedConditional(KConditional* conditional, int timeoutMs)
         return false;
     // In 64 bits, and on the steady clock: setting the system's time neither stretches nor cuts the wait.
     const boost::chrono::duration<std::int64_t, boost::micro> timeout =
-        boost::chrono::duration<std::int64_t, boost::milli>(timeoutMs);
+        boost::chrono::duration<std::int64_t, boost::milli>(std::max(timeoutMs, 0));
     return wait_on(*conditional,
                    [&](auto& lock) {
                        return conditional->condition.wait_for(lock, timeout) == boost::cv_status::no_timeout;
