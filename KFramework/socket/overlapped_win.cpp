@@ -24,14 +24,18 @@ static_assert(offsetof(CKSocketOverlappedStruct, event) == 32);
 static_assert(offsetof(CKSocketOverlappedStruct, mark) == 36);
 static_assert(sizeof(CKSocketOverlappedStruct) == 40);
 
-CKSocketOverlappedStruct::CKSocketOverlappedStruct(kSocketIOEvent what) : overlapped{}, event(what), mark(0) {}
+CKSocketOverlappedStruct::CKSocketOverlappedStruct(kSocketIOEvent what) : overlapped{}, event(what), mark(0)
+{
+}
 
 CKSocketOverlappedStruct::CKSocketOverlappedStruct() : overlapped{}, mark(0) {}
 
 CKSocketOverlappedStruct::CKSocketOverlappedStruct(const CKSocketOverlappedStruct& other) = default;
 CKSocketOverlappedStruct::CKSocketOverlappedStruct(CKSocketOverlappedStruct&& other) noexcept = default;
-CKSocketOverlappedStruct& CKSocketOverlappedStruct::operator=(const CKSocketOverlappedStruct& other) = default;
-CKSocketOverlappedStruct& CKSocketOverlappedStruct::operator=(CKSocketOverlappedStruct&& other) noexcept = default;
+CKSocketOverlappedStruct&
+CKSocketOverlappedStruct::operator=(const CKSocketOverlappedStruct& other) = default;
+CKSocketOverlappedStruct&
+CKSocketOverlappedStruct::operator=(CKSocketOverlappedStruct&& other) noexcept = default;
 
 void CKSocketOverlappedStruct::Reset(kSocketIOEvent what)
 {
@@ -50,8 +54,8 @@ void CKSocketOverlappedStruct::Mark()
         return;
     // KEPT[mark-line-path]: the path's address is printed as a number, then a fixed line number.
     const auto path = static_cast<int>(reinterpret_cast<std::intptr_t>(kSourcePath));
-    KLogger::AddLogEntry(GetDefaultLogger(), 1, kf::socket::kRecordModule, kf::socket::kMarkedTwice, path, kSourceLine,
-                         static_cast<int>(event));
+    KLogger::AddLogEntry(GetDefaultLogger(), 1, kf::socket::kRecordModule, kf::socket::kMarkedTwice, path,
+                         kSourceLine, static_cast<int>(event));
 }
 
 void CKSocketOverlappedStruct::Unmark()

@@ -63,7 +63,8 @@ double usage_percent(std::uint64_t fill, std::uint64_t extra, std::uint64_t maxi
 
 std::uint32_t one_call(std::uint64_t bytes) noexcept
 {
-    return static_cast<std::uint32_t>(std::min<std::uint64_t>(bytes, std::numeric_limits<std::uint32_t>::max()));
+    return static_cast<std::uint32_t>(
+        std::min<std::uint64_t>(bytes, std::numeric_limits<std::uint32_t>::max()));
 }
 
 char* block_store::make(std::uint64_t capacity)

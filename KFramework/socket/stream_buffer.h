@@ -45,13 +45,16 @@ struct growth
 /// What queueing takes.
 ///
 /// @param total     bytes queued once the frame is appended.
-[[nodiscard]] growth send_growth(std::uint64_t total, std::uint64_t capacity, const size_limit& limit) noexcept;
+[[nodiscard]] growth send_growth(std::uint64_t total, std::uint64_t capacity,
+                                 const size_limit& limit) noexcept;
 
 /// What a polled receive takes.
-[[nodiscard]] growth polled_growth(std::uint64_t fill, std::uint64_t capacity, const size_limit& limit) noexcept;
+[[nodiscard]] growth polled_growth(std::uint64_t fill, std::uint64_t capacity,
+                                   const size_limit& limit) noexcept;
 
 /// What a receive on a completion port takes.
-[[nodiscard]] growth port_growth(std::uint64_t fill, std::uint64_t capacity, const size_limit& limit) noexcept;
+[[nodiscard]] growth port_growth(std::uint64_t fill, std::uint64_t capacity,
+                                 const size_limit& limit) noexcept;
 
 /// A fill as a percentage of its maximum; an infinity when the maximum is 0 and the fill is not.
 [[nodiscard]] double usage_percent(std::uint64_t fill, std::uint64_t extra, std::uint64_t maximum) noexcept;

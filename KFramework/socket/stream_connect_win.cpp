@@ -36,7 +36,8 @@ std::string dotted(in_addr address)
 bool first_is_ipv4(const char* name, in_addr& address)
 {
     kf::platform::address_list found;
-    if (::getaddrinfo(name, nullptr, nullptr, found.put()) != 0 || !found || found.get()->ai_family != AF_INET)
+    if (::getaddrinfo(name, nullptr, nullptr, found.put()) != 0 || !found ||
+        found.get()->ai_family != AF_INET)
         return false;
     address = reinterpret_cast<const sockaddr_in*>(found.get()->ai_addr)->sin_addr;
     return true;
@@ -82,16 +83,16 @@ bool connect_by_name(SOCKET socket, const char* name, int port, peer_address& pe
     std::wstring host = KStringHelper::Utf8StringToWideString(name);
     std::wstring service = std::to_wstring(port);
     peer_address own;
-    return ::WSAConnectByNameW(socket, host.data(), service.data(), &own.size, own.get(), &peer.size, peer.get(),
-                               nullptr, nullptr);
+    return ::WSAConnectByNameW(socket, host.data(), service.data(), &own.size, own.get(), &peer.size,
+                               peer.get(), nullptr, nullptr);
 }
 
 void name_peer(CKSocketStream& stream, peer_address& peer, int port)
 {
     char text[kHostBytes] = {};
     char service[kServiceBytes] = {};
-    const bool named = ::getnameinfo(peer.get(), static_cast<socklen_t>(peer.size), text, sizeof text, service,
-                                     sizeof service, NI_NUMERICHOST | NI_NUMERICSERV) == 0;
+    const bool named = ::getnameinfo(peer.get(), static_cast<socklen_t>(peer.size), text, sizeof text,
+                                     service, sizeof service, NI_NUMERICHOST | NI_NUMERICSERV) == 0;
     stream.SetSocketHostAndPort(named ? text : "Unknown", named ? port : 0);
 }
 
@@ -134,7 +135,8 @@ bool connect_ipv4(CKSocketStream& stream, const char* name, int port)
 {
     shared(stream.port).store(port);
     std::string address;
-    if (const hostent* const found = ::gethostbyname(name); found != nullptr && found->h_addr_list[0] != nullptr)
+    if (const hostent* const found = ::gethostbyname(name);
+        found != nullptr && found->h_addr_list[0] != nullptr)
         address = dotted(*reinterpret_cast<const in_addr*>(found->h_addr_list[0]));
 
     if (!make_socket(stream, AF_INET))

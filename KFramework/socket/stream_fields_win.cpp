@@ -67,8 +67,8 @@ bool CKSocketStream::IsDisconnected()
 bool CKSocketStream::CheckHeartBeat(int limit, long long now)
 {
     // Wraps instead of overflowing for times at the ends of the range.
-    const auto elapsed = static_cast<unsigned long long>(now) -
-                         static_cast<unsigned long long>(shared(lastHeartbeat).load());
+    const auto elapsed =
+        static_cast<unsigned long long>(now) - static_cast<unsigned long long>(shared(lastHeartbeat).load());
     return static_cast<long long>(elapsed) <= limit;
 }
 

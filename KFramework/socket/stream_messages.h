@@ -15,8 +15,7 @@ inline constexpr char kShutdownCompleted[] = "Shutdown of socket [%d] completed"
 inline constexpr char kReceiveFailed[] = "WSARecv error %d, shutting down socket [%d]";
 inline constexpr char kSendFailed[] = "Error %d, shutting down socket [%d]";
 inline constexpr char kPortFailed[] = "Failed to assign socket %d to IO completion port";
-inline constexpr char kMarkedTwice[] =
-    "(%d:%d)Mark() on socket failure. Double event, previous event was %d";
+inline constexpr char kMarkedTwice[] = "(%d:%d)Mark() on socket failure. Double event, previous event was %d";
 
 inline constexpr char kSocketCallFailed[] = "Error while calling socket(): %d\n";
 inline constexpr char kCloseCallFailed[] = "Error while closing socket(): %d\n";

@@ -33,8 +33,8 @@ int select_one(SOCKET socket, direction what, timeval wait)
     fd_set one;
     FD_ZERO(&one);
     FD_SET(socket, &one);
-    return ::select(0, what == direction::readable ? &one : nullptr, what == direction::writable ? &one : nullptr,
-                    nullptr, &wait);
+    return ::select(0, what == direction::readable ? &one : nullptr,
+                    what == direction::writable ? &one : nullptr, nullptr, &wait);
 }
 
 template <class... Values>
@@ -76,7 +76,8 @@ int CKSocketStream::Read()
     }
     if (would_block(error))
         return -1;
-    log_for(4, kf::socket::kReceivedError, error); // KEPT[received-error-number]: the error, where the text says socket.
+    log_for(4, kf::socket::kReceivedError,
+            error); // KEPT[received-error-number]: the error, where the text says socket.
     Shutdown();
     log_for(4, kf::socket::kShutdownCompleted, shown);
     return 0;

@@ -61,8 +61,8 @@ void CKSocketStream::UnbindSocket()
 void CKSocketStream::RegisterCompletionPort(void* newPort)
 {
     const SOCKET own = GetSocket();
-    void* const assigned =
-        ::CreateIoCompletionPort(reinterpret_cast<HANDLE>(own), newPort, reinterpret_cast<ULONG_PTR>(this), 0);
+    void* const assigned = ::CreateIoCompletionPort(reinterpret_cast<HANDLE>(own), newPort,
+                                                    reinterpret_cast<ULONG_PTR>(this), 0);
     const bool good = assigned != nullptr && assigned == newPort;
     if (assigned != nullptr && !good)
         kf::platform::guarded_close(assigned); // made afresh because no port was given
@@ -77,14 +77,15 @@ void CKSocketStream::SetupReadEvent()
     const bool outstanding = kf::socket::receive_outstanding(*this);
     if (kf::socket::is_pending(readEvent))
         hidden->receive_blocks.keep_all(); // one record, two operations: their ends cannot be told apart
-    readEvent.Mark(); // KEPT[double-receive]: a second one is posted all the same.
+    readEvent.Mark();                      // KEPT[double-receive]: a second one is posted all the same.
     readEvent.Reset(kSocketIORead);
 
     const kf::socket::growth wanted =
         kf::socket::port_growth(receiveFill, receiveCapacity, {maximumReceiveSize, bufferCheck});
     if (!kf::socket::make_receive_room(*this, wanted, outstanding))
     {
-        KLogger::AddLogEntry(GetDefaultLogger(), 1, kStreamModule, kf::socket::kReadOverflow, printed(GetSocket()));
+        KLogger::AddLogEntry(GetDefaultLogger(), 1, kStreamModule, kf::socket::kReadOverflow,
+                             printed(GetSocket()));
         Shutdown();
         return; // KEPT[overflow-stays-marked]
     }
@@ -119,7 +120,8 @@ void CKSocketStream::IOCPSend()
     WSABUF queued = buffer_of(sendBuffer, sendFill);
     hidden->posted_bytes = queued.len;
     hidden->cleared_bytes = 0;
-    const int error = start(*this, writeEvent, [&queued](SOCKET to, OVERLAPPED* record)
+    const int error = start(*this, writeEvent,
+                            [&queued](SOCKET to, OVERLAPPED* record)
                             { return ::WSASend(to, &queued, 1, nullptr, 0, record, nullptr); });
     if (error == 0)
         return;

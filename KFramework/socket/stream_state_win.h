@@ -23,13 +23,14 @@ struct stream_state
     stream_state& operator=(const stream_state&) = delete;
 
     boost::mutex* write_mutex;
-    block_store receive_blocks;         // guarded by the read lock
-    block_store send_blocks;            // guarded by the write lock
-    std::uint64_t posted_bytes = 0;     // of the outstanding send; guarded by the write lock
-    std::uint64_t cleared_bytes = 0;    // of an outstanding send whose bytes were cleared; guarded by the write lock
+    block_store receive_blocks;     // guarded by the read lock
+    block_store send_blocks;        // guarded by the write lock
+    std::uint64_t posted_bytes = 0; // of the outstanding send; guarded by the write lock
+    std::uint64_t cleared_bytes =
+        0; // of an outstanding send whose bytes were cleared; guarded by the write lock
     std::atomic<std::uint32_t> posting = 0; // threads inside a short platform call on the socket
-    boost::mutex trace_mutex;           // a leaf: taken last
-    std::FILE* open_trace = nullptr;    // null once closed; guarded by trace_mutex
+    boost::mutex trace_mutex;               // a leaf: taken last
+    std::FILE* open_trace = nullptr;        // null once closed; guarded by trace_mutex
 };
 
 /// Holds a stream's read lock over a scope.
@@ -107,7 +108,8 @@ void remove_received(KFramework::KSocket::CKSocketStream& stream, std::uint64_t 
 // The send buffer; all under the write lock.
 
 /// Replaces the send block, keeping the first bytes of it.
-void replace_send_block(KFramework::KSocket::CKSocketStream& stream, std::uint64_t capacity, std::uint64_t keep);
+void replace_send_block(KFramework::KSocket::CKSocketStream& stream, std::uint64_t capacity,
+                        std::uint64_t keep);
 
 /// Frees the blocks that an ended send has left.
 void free_ended_sends(KFramework::KSocket::CKSocketStream& stream) noexcept;

@@ -22,8 +22,8 @@ using trace_lock = boost::lock_guard<boost::mutex>;
 std::FILE* open_trace_file(const std::string& path)
 {
     const std::wstring wide = KFramework::KStringHelper::Utf8StringToWideString(path);
-    const int descriptor =
-        ::_wopen(wide.c_str(), _O_WRONLY | _O_CREAT | _O_TRUNC | _O_TEXT | _O_NOINHERIT, _S_IREAD | _S_IWRITE);
+    const int descriptor = ::_wopen(wide.c_str(), _O_WRONLY | _O_CREAT | _O_TRUNC | _O_TEXT | _O_NOINHERIT,
+                                    _S_IREAD | _S_IWRITE);
     if (descriptor == -1)
         return nullptr;
     std::FILE* const file = ::_fdopen(descriptor, "w");

@@ -19,10 +19,11 @@ namespace KFramework::KSocket
 CKSocketStream::CKSocketStream()
     : CKObject(true), sendBuffer(nullptr), receiveBuffer(nullptr), receiveFill(0), sendFill(0),
       receiveCapacity(kInitialCapacity), sendCapacity(kInitialCapacity), lastHeartbeat(GetServerTime()),
-      maximumReceiveSize(kInitialCapacity), maximumSendSize(kInitialCapacity), bufferCheck(true), userData(nullptr),
-      sentBytesCounter(nullptr), receivedBytesCounter(nullptr), completionPort(nullptr), writeMutex(nullptr),
-      socket(INVALID_SOCKET), disconnected(false), traceEnabled(false), traceFile(nullptr), readEvent(kSocketIORead),
-      writeEvent(kSocketIOWrite), port(0), hidden(std::make_shared<kf::socket::stream_state>()), receiveBlock(nullptr)
+      maximumReceiveSize(kInitialCapacity), maximumSendSize(kInitialCapacity), bufferCheck(true),
+      userData(nullptr), sentBytesCounter(nullptr), receivedBytesCounter(nullptr), completionPort(nullptr),
+      writeMutex(nullptr), socket(INVALID_SOCKET), disconnected(false), traceEnabled(false),
+      traceFile(nullptr), readEvent(kSocketIORead), writeEvent(kSocketIOWrite), port(0),
+      hidden(std::make_shared<kf::socket::stream_state>()), receiveBlock(nullptr)
 {
     sendBuffer = hidden->send_blocks.make(sendCapacity);
     receiveBlock = receiveBuffer = hidden->receive_blocks.make(receiveCapacity);
@@ -37,14 +38,15 @@ CKSocketStream::~CKSocketStream() = default; // KEPT[destructor-keeps-socket]: o
 
 // --- queueing and taking messages --------------------------------------------
 
-bool CKSocketStream::AddMessage(const unsigned int& command, const char* text, unsigned int parameter, bool quiet,
-                                bool force)
+bool CKSocketStream::AddMessage(const unsigned int& command, const char* text, unsigned int parameter,
+                                bool quiet, bool force)
 {
     if (IsDisconnected())
         return false;
     // Compression takes time, so it comes before the lock.
     const kf::socket::encoded_frame frame = kf::socket::encode_frame(command, text, parameter);
-    const std::unique_ptr<char, decltype(&kf::socket::free_block)> owner(frame.block, &kf::socket::free_block);
+    const std::unique_ptr<char, decltype(&kf::socket::free_block)> owner(frame.block,
+                                                                         &kf::socket::free_block);
     const std::uint64_t bytes = std::uint64_t{frame.payload_bytes} + kf::socket::kFrameHeaderBytes;
     {
         const kf::socket::write_lock lock(*this);
@@ -197,7 +199,8 @@ bool CKSocketStream::HasToWrite()
 void CKSocketStream::GetBuffersUsage(unsigned long long extraIncoming, unsigned long long extraOutgoing,
                                      double& incomingPercent, double& outgoingPercent)
 {
-    incomingPercent = kf::socket::usage_percent(shared(receiveFill).load(), extraIncoming, maximumReceiveSize);
+    incomingPercent =
+        kf::socket::usage_percent(shared(receiveFill).load(), extraIncoming, maximumReceiveSize);
     outgoingPercent = kf::socket::usage_percent(shared(sendFill).load(), extraOutgoing, maximumSendSize);
 }
 

@@ -12,7 +12,8 @@ namespace kf::socket
 ///
 /// @param folder  ends in a separator.
 /// @return  nothing when the host holds a path separator.
-[[nodiscard]] std::optional<std::string> trace_path(const std::string& folder, const std::string& host, int port);
+[[nodiscard]] std::optional<std::string> trace_path(const std::string& folder, const std::string& host,
+                                                    int port);
 
 /// The first line and the empty line after it.
 [[nodiscard]] std::string trace_opening(const std::string& host, int port);
