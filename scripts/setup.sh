@@ -31,11 +31,11 @@ packages=(
 
 missing_packages()
 {
-    local installed
-    installed=" $(dpkg-query -W -f '${Package} ${db:Status-Status}\n' "${packages[@]}" 2>/dev/null |
-        awk '$2 == "installed" { printf "%s ", $1 }') "
+    local known package
+    # dpkg-query fails when a name is unknown to it, which is the very thing asked.
+    known=$(dpkg-query -W -f '${Package} ${db:Status-Status}\n' "${packages[@]}" 2>/dev/null) || true
     for package in "${packages[@]}"; do
-        [[ $installed == *" $package "* ]] || echo "$package"
+        [[ $'\n'$known$'\n' == *$'\n'"$package installed"$'\n'* ]] || echo "$package"
     done
 }
 
@@ -165,7 +165,8 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
 installed=
-mapfile -t missing < <(missing_packages)
+names=$(missing_packages) || fail "dpkg-query does not answer"
+mapfile -t missing < <(printf '%s' "${names:+$names$'\n'}")
 if ((${#missing[@]})); then
     echo "setup: installing ${#missing[@]} Debian packages: ${missing[*]}"
     install_packages "${missing[@]}"

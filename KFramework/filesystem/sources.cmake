@@ -1,4 +1,16 @@
 kf_sources(
     PORTABLE
+        directory_steps.cpp
+        entry_filter.cpp
+        gzip_files.cpp
+        gzip_stream.cpp
+        paths.cpp
+        sequence_mask.cpp
     WIN
+        enumerate_win.cpp
+        file_info_win.cpp
+        file_operations_win.cpp
+        gzip_files_win.cpp
+        known_folders_win.cpp
+        unique_lock_win.cpp
 )

@@ -5,6 +5,7 @@ kf_sources(
         environment.cpp
         mutexes.cpp
         read_plan.cpp
+        thread_record.cpp
     WIN
         environment_win.cpp
         pipe_reader_win.cpp

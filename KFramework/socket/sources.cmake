@@ -1,8 +1,12 @@
 kf_sources(
     PORTABLE
         frame.cpp
+        host_text.cpp
         payload_zlib.cpp
     WIN
         frames_win.cpp
+        host_text_win.cpp
+        loopback_win.cpp
+        multicast_win.cpp
         primitives_win.cpp
 )

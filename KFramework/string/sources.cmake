@@ -1,5 +1,19 @@
 kf_sources(
     PORTABLE
+        case_folding.cpp
+        command_split.cpp
+        domain.cpp
+        extraction.cpp
+        inline_python.cpp
+        lines.cpp
+        numbers.cpp
+        replacement.cpp
+        text_blocks.cpp
+        text_search.cpp
+        tokens.cpp
+        trimming.cpp
+        utf8_repair.cpp
     WIN
+        text_files_win.cpp
         utf16_win.cpp
 )
