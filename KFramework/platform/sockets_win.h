@@ -30,4 +30,11 @@ struct address_list_traits
     static void close(addrinfo* list) noexcept { ::freeaddrinfo(list); }
 };
 using address_list = unique_resource<address_list_traits>;
+
+/// Takes away a socket's inheritance, so that no child process holds it open; INVALID_SOCKET is ignored.
+inline void keep_from_children(SOCKET s) noexcept
+{
+    if (s != INVALID_SOCKET)
+        ::SetHandleInformation(reinterpret_cast<HANDLE>(s), HANDLE_FLAG_INHERIT, 0);
+}
 } // namespace kf::platform

@@ -13,7 +13,6 @@ inline constexpr char kGetOptionFailed[] = "getsockopt";
 inline constexpr char kBindFailed[] = "bind() failed";
 inline constexpr char kGroupOptionFailed[] = "setsockopt() failed";
 inline constexpr char kUnknownFamily[] = "Neither IPv4 or IPv6";
-inline constexpr char kSocketFailed[] = "socket() failed";
 
 inline constexpr char kSendingInterfaceFailed[] = "interface setsockopt() sending interface error\n";
 inline constexpr char kBroadcastFailed[] = "Unable to send broadcast packet. Socket error!";
