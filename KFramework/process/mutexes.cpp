@@ -53,8 +53,8 @@ private:
     boost::unique_lock<boost::mutex> lock_;
 };
 
-/// Runs one wait. Without a semaphore to wait on it becomes a spurious wake-up after a pause, which every caller
-/// is prepared for.
+/// Runs one wait. Without a semaphore to wait on it becomes a spurious wake-up after a pause, which every
+/// caller is prepared for.
 template <class Wait>
 bool wait_on(KFramework::KProcesses::KConditional& conditional, Wait wait)
 {
@@ -93,6 +93,7 @@ bool can_wait(const KFramework::KProcesses::KConditional* conditional)
 
 namespace KFramework::KProcesses
 {
+// KEPT[create-mutex-w]: the name with its W is what the library exports.
 boost::mutex* CreateMutexW()
 {
     return new boost::mutex;
