@@ -1,8 +1,9 @@
-/// Windows Sockets for the whole program, as a host starts them once.
+/// Windows Sockets and the library for the whole program, as a host starts them once.
 
 #include <gtest/gtest.h>
 #include <optional>
 
+#include "KFramework/core.h"
 #include "tests/support/winsock_session_win.h"
 
 namespace
@@ -11,8 +12,16 @@ namespace
 class winsock_environment : public testing::Environment
 {
 public:
-    void SetUp() override { session_.emplace(); }
-    void TearDown() override { session_.reset(); }
+    void SetUp() override
+    {
+        session_.emplace();
+        KFramework::InitializeLibrary(nullptr);
+    }
+    void TearDown() override
+    {
+        KFramework::ShutdownLibrary();
+        session_.reset();
+    }
 
 private:
     std::optional<kf::test::winsock_session> session_;
