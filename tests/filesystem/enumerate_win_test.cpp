@@ -115,6 +115,33 @@ BOOL WINAPI find_close(HANDLE handle)
     return TRUE;
 }
 
+/// Entries that are never made, only counted.
+int endless_left = 0;
+
+BOOL WINAPI find_endless(HANDLE /*handle*/, WIN32_FIND_DATAW* found)
+{
+    if (endless_left == 0)
+        return FALSE;
+    --endless_left;
+    found->dwFileAttributes = FILE_ATTRIBUTE_NORMAL;
+    std::wcscpy(found->cFileName, L".an entry whose name takes memory of its own");
+    return TRUE;
+}
+
+/// Everything private that this process has committed.
+std::size_t private_bytes()
+{
+    std::size_t total = 0;
+    MEMORY_BASIC_INFORMATION region;
+    for (const char* address = nullptr; ::VirtualQuery(address, &region, sizeof region) != 0;
+         address = static_cast<const char*>(region.BaseAddress) + region.RegionSize)
+    {
+        if (region.State == MEM_COMMIT && region.Type == MEM_PRIVATE)
+            total += region.RegionSize;
+    }
+    return total;
+}
+
 /// The library lists the entries of fake for as long as this lives.
 class fake_listing
 {
@@ -253,6 +280,27 @@ TEST(EnumDirNextFile, LeavesAnExhaustedListingOpen)
     EXPECT_EQ(fake.closed, 0);
     EXPECT_TRUE(fs::EnumDirClose(&directory));
     EXPECT_EQ(fake.closed, 1);
+}
+
+TEST(EnumDirNextFile, GoesThroughAHundredThousandEntriesWithoutMoreMemoryOrStack)
+{
+    constexpr int kEntries = 100000;
+    const fake_listing listing({{L"first", kFile}});
+    const import_hook hook("FindNextFileW", &find_endless);
+    fs::KDirectory directory;
+    ASSERT_TRUE(fs::EnumDirFirstFile(&directory, false, false, false, true));
+    const std::size_t before = private_bytes();
+    int entries = 0;
+    for (endless_left = kEntries; fs::EnumDirNextFile(&directory, false, false, false, true);)
+        ++entries;
+    EXPECT_EQ(entries, kEntries);
+    EXPECT_LE(private_bytes(), before + 256 * 1024); // kept names would take over 5 MB
+
+    endless_left = kEntries; // all of them passed over by one call
+    EXPECT_FALSE(fs::EnumDirNextFile(&directory, false, false, false, false));
+    EXPECT_EQ(endless_left, 0);
+    EXPECT_LE(private_bytes(), before + 256 * 1024);
+    EXPECT_TRUE(fs::EnumDirClose(&directory));
 }
 
 // KEPT[dot-folders-listed]
