@@ -12,6 +12,11 @@ namespace boost
 class mutex;
 }
 
+namespace kf::logger
+{
+struct instance_state;
+}
+
 namespace KFramework::KProcesses
 {
 struct KConditional;
@@ -39,7 +44,7 @@ struct CKLoggerInstance
     bool stopRequested = false;
     void* rotationCallback = nullptr;
     std::deque<std::string> pendingLines; // guarded by queueMutex
-    void* hidden = nullptr;
+    kf::logger::instance_state* hidden = nullptr;
 };
 
 KFRAMEWORK_API void SetLoggerFile(CKLoggerInstance* logger, const char* fileName);
@@ -49,8 +54,8 @@ KFRAMEWORK_API void SetLoggerRotation(CKLoggerInstance* logger, int mode);
 KFRAMEWORK_API void SetLoggerRotationCompress(CKLoggerInstance* logger, bool compress);
 KFRAMEWORK_API void SetLoggerRotationCallback(CKLoggerInstance* logger, void* callback);
 KFRAMEWORK_API void SetLoggerDetachedStatus(CKLoggerInstance* logger, bool detached);
-KFRAMEWORK_API void AddLogEntry(CKLoggerInstance* logger, int level, const char* module, const char* format, ...)
-    __attribute__((format(gnu_printf, 4, 5)));
+KFRAMEWORK_API void AddLogEntry(CKLoggerInstance* logger, int level, const char* module, const char* format,
+                                ...) __attribute__((format(gnu_printf, 4, 5)));
 KFRAMEWORK_API void CheckLogRotation(CKLoggerInstance* logger);
 KFRAMEWORK_API void FlushDetachedThread(CKLoggerInstance* logger);
 KFRAMEWORK_API void DestroyLogger(CKLoggerInstance* logger);

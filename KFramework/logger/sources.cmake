@@ -1,4 +1,16 @@
 kf_sources(
     PORTABLE
+        detached_lines.cpp
+        entry_text.cpp
+        rotation.cpp
+        rotation_rules.cpp
+        settings.cpp
+        start_time.cpp
     WIN
+        detached_win.cpp
+        entries_win.cpp
+        lifecycle_win.cpp
+        log_file_win.cpp
+        rotation_win.cpp
+        write_line_win.cpp
 )

@@ -1,4 +1,8 @@
 kf_sources(
     PORTABLE
+        garbage_collector.cpp
+        mutex_pool.cpp
+        object.cpp
     WIN
+        surroundings_win.cpp
 )
