@@ -260,7 +260,7 @@ int wmain(int argc, wchar_t** argv)
         farm::complain(kProgram, "the mask " + settings.mask + " has no # for the frame number");
         return farm::kBadUsage;
     }
-    settings.folder = KFileSystem::ToNativePath(settings.folder);
+    settings.folder = farm::full_path(settings.folder); // workers run elsewhere
     if (!farm::make_folder(settings.folder) || !farm::make_folder(settings.folder + "\\parts"))
     {
         farm::complain(kProgram, "cannot write to " + settings.folder);

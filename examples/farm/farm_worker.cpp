@@ -218,13 +218,13 @@ int wmain(int argc, wchar_t** argv)
         farm::complain(kProgram, "the name must be 1 to 40 letters, digits, - or _");
         return farm::kBadUsage;
     }
-    settings.log_folder = KFileSystem::ToNativePath(settings.log_folder);
+    settings.log_folder = farm::full_path(settings.log_folder);
     if (!farm::make_folder(settings.log_folder))
     {
         farm::complain(kProgram, "cannot write to " + settings.log_folder);
         return farm::kCannotStart;
     }
-    settings.renderer = KFileSystem::ToNativePath(settings.renderer);
+    settings.renderer = farm::full_path(settings.renderer);
     if (!KFileSystem::CheckFile(settings.renderer))
     {
         farm::complain(kProgram, "there is no renderer " + settings.renderer);

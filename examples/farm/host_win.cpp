@@ -45,6 +45,14 @@ bool clock_ticker::tick()
     return true;
 }
 
+std::string full_path(const std::string& path)
+{
+    const std::wstring wide = KStringHelper::Utf8StringToWideString(KFileSystem::ToNativePath(path));
+    std::wstring full(::GetFullPathNameW(wide.c_str(), 0, nullptr, nullptr), L'\0');
+    ::GetFullPathNameW(wide.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr);
+    return KStringHelper::WideStringToUtf8String(full.data());
+}
+
 bool make_folder(const std::string& folder)
 {
     // The recursive call gives false for a folder that is already there, so ask afterwards.

@@ -48,6 +48,9 @@ private:
     unsigned long long last_ = 0;
 };
 
+/// The full path of a name that may be relative; slashes become backslashes.
+std::string full_path(const std::string& path);
+
 /// Makes the folder, with those above it, unless it is there; false when that is impossible.
 bool make_folder(const std::string& folder);
 
