@@ -16,6 +16,11 @@
 #include <memory>
 #include <string>
 
+namespace kf::socket
+{
+struct stream_state;
+}
+
 namespace KFramework::KSocket
 {
 // --- primitives --------------------------------------------------------------
@@ -46,78 +51,248 @@ KFRAMEWORK_API void DestroyEncodedSocketMessage(char* frame);
 
 // --- streams -----------------------------------------------------------------
 
+/// What an operation on a completion port is.
 enum kSocketIOEvent : std::uint32_t
 {
-    kSocketIORead = 0,
-    kSocketIOWrite = 1,
-    kSocketIOClose = 2,
+    kSocketIORead = 0,  ///< a posted receive
+    kSocketIOWrite = 1, ///< a posted send
+    kSocketIOClose = 2, ///< the stream was shut down or closed
 };
 
+/// The record of one operation on a completion port; its address is the OVERLAPPED address that the port gives back.
+///
+/// A stream owns its read and its write record. Close records are made with new for each post; the host frees them
+/// with delete. 40 bytes: overlapped at 0, event at 32, mark at 36.
+///
+/// @threads  isMarked, Mark and Unmark: any, at once. The rest: by whoever owns the operation.
 struct KFRAMEWORK_API CKSocketOverlappedStruct
 {
+    /// Cleared, unmarked.
     explicit CKSocketOverlappedStruct(kSocketIOEvent event);
+    /// Cleared, unmarked; the event is left unset.
     CKSocketOverlappedStruct();
+    // Copies and moves take all three fields as they stand.
     CKSocketOverlappedStruct(const CKSocketOverlappedStruct& other);
     CKSocketOverlappedStruct(CKSocketOverlappedStruct&& other) noexcept;
     CKSocketOverlappedStruct& operator=(const CKSocketOverlappedStruct& other);
     CKSocketOverlappedStruct& operator=(CKSocketOverlappedStruct&& other) noexcept;
 
+    /// Clears the overlapped part and sets the event; the mark stays.
     void Reset(kSocketIOEvent event);
+
+    /// Whether an operation with this record is outstanding.
     bool isMarked() const;
+
+    /// Marks the record. When it was marked already, one line is logged at level 1 and nothing else happens.
+    ///
+    /// @kept  mark-line-path: the line begins "(%d:118)" with the address of a text as its number.
     void Mark();
+
+    /// Takes the mark away.
     void Unmark();
 
     OVERLAPPED overlapped;
     kSocketIOEvent event;
-    std::uint32_t mark;
+    std::uint32_t mark; ///< 0 or 1, changed atomically
 };
 
+/// One connection: a socket, a receive buffer that collects frames, a send buffer that queues them.
+///
+/// The host owns the threads. It polls (Read, Write, WaitForCompleteMessage, FlushWrite, NetworkTasks) or runs a
+/// completion port (RegisterCompletionPort, SetupReadEvent, IOCPSend); docs/hosting.md tells how, with every duty.
+/// Failures are logged through the default logger with the module "CKSocketStream"; Connect prints to standard error.
+///
+/// A stream is released, not deleted: its last Release hands it to the garbage collector. It must not end while an
+/// operation is outstanding, since the records lie in it.
+///
+/// @threads  two locks: the read lock (the object's own) over the receive buffer, the write lock over the send
+///           buffer. Neither is recursive. Members take them as they need; the accessors take none.
 class KFRAMEWORK_API CKSocketStream : public CKObject
 {
 public:
+    /// Buffers and maximums of 65,535 bytes, buffer check on, no socket, not disconnected, heartbeat now.
     CKSocketStream();
+
+    /// Copies share buffers, write mutex, handles, trace file and counters with their source; the last of them frees
+    /// what is shared. They exist for containers of streams: use one at a time.
     CKSocketStream(const CKSocketStream& other);
     CKSocketStream& operator=(const CKSocketStream& other);
+
+    /// Ends tracing and frees the buffers.
+    ///
+    /// @kept  destructor-keeps-socket: the socket stays open; Close ends it.
     ~CKSocketStream() override;
 
     // Connection.
+
+    /// Connects by name or numeric address; a socket still held is closed first. Blocks.
+    ///
+    /// The first address found decides: IPv4, or else a dual-stack IPv6 socket. The socket is left in blocking mode
+    /// and is not inherited by child processes. Failures print one line each to standard error.
+    ///
+    /// @param host  UTF-8; becomes the peer's numeric address (GetSocketHost).
+    /// @param port  1 to 65535.
+    /// @return  false, with the stream marked disconnected, when there is no socket or the IPv4 connection fails.
+    /// @kept  dual-stack-success: a failed dual-stack connection gives true, is not marked disconnected and holds
+    ///        INVALID_SOCKET (see GetSocket); host "Unknown", port 0.
     bool Connect(const char* host, int port);
+
+    /// Adopts a connected socket and sets the last heartbeat to the server time.
     void BindSocket(SOCKET socket);
+
+    /// Forgets the socket without closing it; it is the caller's again.
     void UnbindSocket();
+
+    /// Assigns the socket to a completion port; the key of its completions is the stream's address.
+    ///
+    /// From then on AddMessage starts sends. On failure one line is logged at level 1 and the stream has no port.
     void RegisterCompletionPort(void* port);
+
+    /// Posts one receive and marks the read event; the host calls it again after each completion.
+    ///
+    /// A failure to post is logged at level 4 (resets and aborts are not), unmarks and shuts down.
+    ///
+    /// @kept  double-receive: with a receive outstanding the double event is logged and a second one posted.
+    /// @kept  port-growth-counts-twice: with fewer than 4,097 bytes free the buffer must grow, for which capacity +
+    ///        fill + 4,097 bytes must be within the maximum; frames up to 61,439 bytes always pass at the default,
+    ///        growing at all takes a maximum of 131,071.
+    /// @kept  overflow-stays-marked: an overflow is logged at level 1 and shuts down; the read event stays marked.
     void SetupReadEvent();
+
+    /// Posts one send of everything queued, unless one is outstanding or nothing is queued.
+    ///
+    /// @kept  send-failure-says-receive: a failure's line at level 1 speaks of WSARecv.
+    /// @kept  send-shutdown-prints-error: "Shutdown of socket [%d] completed" carries the error number.
     void IOCPSend();
+
+    /// The polled pump: reads and writes once if the socket is ready; never waits.
+    ///
+    /// @return  true when everything ready went well.
+    /// @kept  idle-network-tasks: false also when the socket is writable and nothing is queued. IsDisconnected and the
+    ///        host's own marks tell failure from idleness.
     bool NetworkTasks();
+
+    /// @param limit  seconds of server time.
+    /// @return  true while the last heartbeat is at most limit seconds before now.
     bool CheckHeartBeat(int limit, long long now);
     void UpdateHeartBeat(long long now);
+
+    /// Ends traffic in both directions, keeps the handle, and posts the close record if a port is registered. The
+    /// stream has no port afterwards, so that a life has exactly one close record. Takes no lock.
+    ///
+    /// @kept  shutdown-not-disconnected: the stream is not marked; the host does it with SetDisconnected.
     void Shutdown();
+
+    /// Closes the socket and posts the close record if a port is still registered.
+    ///
+    /// @return  0.
+    /// @kept  close-result: 0 also when closing fails or there is nothing to close.
     int Close();
+
+    /// A disconnected stream refuses messages and polled I/O.
     void SetDisconnected(bool disconnected);
     bool IsDisconnected();
+
+    /// Writes received bytes to a text file from now on (docs/trace-file.md), or stops.
+    ///
+    /// The file is folder + host + "#" + port and is emptied; without SetTraceFolder it lies in "net-traces" beside
+    /// the program. A file that cannot be opened, or a host that holds a path separator, gives no trace and no error.
+    ///
+    /// @kept  trace-handle-stays: switched off, the closed file's handle stays in traceFile; it is not closed again.
     void SetTrace(bool on);
+
+    /// @param folder  UTF-8; exists and ends in a separator.
     void SetTraceFolder(const std::string& folder);
 
     // Messages.
+
+    /// Queues one message; with a completion port it is sent at once.
+    ///
+    /// @param text   zero-terminated; null for none.
+    /// @param quiet  an overflow only gives false.
+    /// @param force  the maximum does not apply.
+    /// @return  false when disconnected or when the send buffer would overflow; the latter is logged at level 1 and
+    ///          shuts down.
+    /// @kept  send-limit-at-growth: the maximum is looked at only when the buffer must grow.
+    /// @kept  quiet-overflow: a quiet overflow drops the message, logs nothing and keeps the connection.
     bool AddMessage(const unsigned int& command, const char* text, unsigned int parameter, bool quiet, bool force);
+
+    /// Takes one message out of the receive buffer.
+    ///
+    /// @param command    the command code, also of a frame that is not complete yet; else 0.
+    /// @param content    null, or receives the text, freed with DestroyMessageContent; null for an empty message.
+    /// @param parameter  null, or receives the parameter as command does.
+    /// @param lock       false when the caller holds LockRead.
+    /// @return  false when no frame is complete, and for a damaged one, which is consumed: loop on
+    ///          HasCompleteMessageAvailable, not on this.
     bool GetNextMessage(unsigned int& command, char** content, unsigned int* parameter, bool lock);
+
+    /// Frees what GetNextMessage handed out; null is ignored.
     static void DestroyMessageContent(char* content);
+
+    /// Whether a whole frame waits in the receive buffer.
     bool HasCompleteMessageAvailable();
+
+    /// The command of the frame at the front of the receive buffer, which may be incomplete. Takes no lock.
+    ///
+    /// @return  false, with command untouched, while fewer than 13 bytes are there.
     bool ExtractCommand(unsigned int* command);
+
+    /// Reads until a whole frame is there.
+    ///
+    /// @param timeoutSeconds  0: waits without end.
+    /// @return  false on time-out and when the connection fails.
+    /// @kept  timeout-bounds-each-wait: every wait for bytes starts afresh.
     bool WaitForCompleteMessage(int timeoutSeconds);
 
     // Buffers.
+
+    /// Receives up to 4,096 bytes.
+    ///
+    /// @return  bytes received; 0 at the end, on errors, overflow and when disconnected; -1 when it would block.
+    /// @kept  polled-growth-step: the buffer grows by 4,097 bytes, so a maximum of 69,632 lets it grow once.
+    /// @kept  received-error-number: "Received error from socket [%d]" carries the error number.
     int Read();
+
+    /// Sends from the front of the send buffer.
+    ///
+    /// @return  bytes sent; 0 on errors and when disconnected; -1 when it would block.
+    /// @kept  idle-write: -1 also when nothing is queued.
     int Write();
+
+    /// Writes until nothing is queued, the socket would block or the connection fails.
     void FlushWrite();
+
+    /// Whether bytes are queued and the stream is not disconnected.
     bool HasToWrite();
+
+    /// Empties both buffers; capacities stay.
     void ClearBuffers();
+
+    // Bytes; they take effect when a buffer must grow next.
     void SetMaxIncomingBufferSize(unsigned long long size);
     void SetMaxOutgoingBufferSize(unsigned long long size);
+    /// @param check  false: the maximums do not apply.
     void SetBufferCheck(bool check);
+
+    /// How full the buffers are, extra bytes included, in percent of their maximums; may exceed 100.
     void GetBuffersUsage(unsigned long long extraIncoming, unsigned long long extraOutgoing, double& incomingPercent,
                          double& outgoingPercent);
+
+    /// Counters that the stream adds to atomically; several streams may share them. They stay the caller's; null for
+    /// none.
     void RegisterCounters(unsigned long long* sent, unsigned long long* received);
+
+    /// Counts bytes that a receive has put behind the fill.
+    ///
+    /// @param lock  false when the caller holds LockRead.
     void IncrementReadBytes(unsigned int count, bool lock);
+
+    /// Removes bytes that a send has taken from the front of the send buffer.
+    ///
+    /// @param lock  false when the caller holds LockWrite.
+    /// @kept  oversized-decrement-keeps-lock: a count above the fill empties the buffer and leaves the lock taken for
+    ///        the call held.
     void DecrementSentBytes(unsigned int count, bool lock);
 
     void LockRead();
@@ -127,19 +302,21 @@ public:
 
     void SetData(void* data);
     void* GetData();
-    void SetSocketHostAndPort(const char* host, int port);
-    const char* GetSocketHost();
-    int GetSocketPort();
-    SOCKET GetSocket();
 
-    // Fields, in the order that hosts rely on.
-    char* sendBuffer;
-    char* receiveBuffer;
-    unsigned long long receiveFill;
-    unsigned long long sendFill;
-    unsigned long long receiveCapacity;
-    unsigned long long sendCapacity;
-    long long lastHeartbeat;
+    /// @param host  becomes part of the trace file's name.
+    void SetSocketHostAndPort(const char* host, int port);
+    const char* GetSocketHost(); ///< the stream's own text, until the host changes
+    int GetSocketPort();         ///< 0 until it is known
+    SOCKET GetSocket();          ///< INVALID_SOCKET for none
+
+    // Fields, in the order that hosts rely on. Sizes, fills and capacities are bytes.
+    char* sendBuffer;                         // guarded by the write lock
+    char* receiveBuffer;                      // guarded by the read lock
+    unsigned long long receiveFill;           // guarded by the read lock
+    unsigned long long sendFill;              // guarded by the write lock
+    unsigned long long receiveCapacity;       // guarded by the read lock
+    unsigned long long sendCapacity;          // guarded by the write lock
+    long long lastHeartbeat;                  // seconds of server time
     unsigned long long maximumReceiveSize;
     unsigned long long maximumSendSize;
     bool bufferCheck;
@@ -157,5 +334,8 @@ public:
     CKSocketOverlappedStruct writeEvent;
     std::string host;
     int port;
+    // Hidden.
+    std::shared_ptr<kf::socket::stream_state> hidden;
+    char* receiveBlock;
 };
 } // namespace KFramework::KSocket

@@ -1,6 +1,16 @@
 kf_sources(
     PORTABLE
+        arguments.cpp
+        command_line.cpp
+        environment.cpp
         mutexes.cpp
+        read_plan.cpp
+        thread_record.cpp
     WIN
+        environment_win.cpp
+        pipe_reader_win.cpp
+        pipes_win.cpp
+        spawn_win.cpp
         threads_win.cpp
+        wait_win.cpp
 )
