@@ -138,16 +138,16 @@ bool run_job(farm::server& host, const farm::server_settings& settings, bool liv
 {
     farm::clock_ticker clock;
     display console(live);
-    int lonely_seconds = 0;
-    while (!host.complete() && lonely_seconds < settings.patience_seconds)
+    const unsigned long long patience_ms = 1000ULL * static_cast<unsigned int>(settings.patience_seconds);
+    unsigned long long last_company = ::GetTickCount64();
+    while (!host.complete() && ::GetTickCount64() - last_company < patience_ms)
     {
         const farm::progress now = host.standing();
         console.show(now);
+        if (now.workers > 0)
+            last_company = ::GetTickCount64();
         if (clock.tick())
-        {
             host.check_heartbeats();
-            lonely_seconds = now.workers == 0 ? lonely_seconds + 1 : 0;
-        }
         MicroSleep(50);
     }
     console.show(host.standing());

@@ -5,7 +5,6 @@
 #include <KFramework/object.h>
 #include <KFramework/string.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <vector>
 
@@ -78,7 +77,7 @@ int parse_command_line(CLI::App& app, int argc, wchar_t** argv)
     catch (const CLI::ParseError& error)
     {
         std::string message = error.what();
-        std::replace(message.begin(), message.end(), '\n', ' ');
+        KStringHelper::TrimCR(message);
         complain(app.get_name().c_str(), message);
         return kBadUsage;
     }

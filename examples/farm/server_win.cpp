@@ -220,7 +220,12 @@ void server::dismiss()
 {
     const std::lock_guard lock(guard_);
     for (auto& [id, candidate] : peers_)
-        candidate.stream->send(command::farewell, "", 0);
+    {
+        if (candidate.greeted)
+            candidate.stream->send(command::farewell, "", 0);
+        else
+            candidate.stream->Shutdown();
+    }
 }
 
 void server::drop_all()

@@ -42,7 +42,7 @@ public:
     /// Once a second: heartbeats out, silent workers away.
     void check_heartbeats();
 
-    /// Says farewell to all workers.
+    /// Says farewell to all workers and ends the other connections.
     void dismiss();
     /// Ends every connection.
     void drop_all();

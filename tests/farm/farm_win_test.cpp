@@ -13,6 +13,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 namespace
 {
 using kf::test::program_run;
@@ -32,19 +34,21 @@ std::string quoted(const std::string& text)
 class Farm : public testing::Test
 {
 protected:
-    std::string server_arguments(const std::string& more = {}) const
+    std::string server_arguments(const std::string& job = "--frames 6 --width 96 --height 54") const
     {
-        return "--frames 6 --width 96 --height 54 --progress plain --output " + quoted(folder.text()) +
-               " --port-file " + quoted(folder.text("port")) + " " + more;
+        return job + " --progress plain --output " + quoted(folder.text()) + " --port-file " +
+               quoted(folder.text("port"));
     }
 
     /// The port that a started server has chosen.
     std::string port()
     {
-        EXPECT_TRUE(wait_until([this] { return files::GetFileSize(folder.text("port")) > 1; }));
-        std::string text = folder.read("port");
-        text.pop_back();
-        return text;
+        std::error_code ignored;
+        const auto written = [&]
+        { return std::filesystem::file_size(folder.entry("port"), ignored) + 1 > 2; };
+        EXPECT_TRUE(wait_until(written)); // a missing file's size is all ones
+        const std::string text = folder.read("port");
+        return text.substr(0, text.find('\n'));
     }
 
     std::string worker_arguments(const std::string& port, const std::string& name,
@@ -119,11 +123,11 @@ TEST_F(Farm, GoesOnWhenAClientSendsRubbish)
 
 TEST_F(Farm, AbandonsFramesThatFailThreeTimes)
 {
-    // cmd.exe fails on a renderer's arguments at once.
+    // A program that ends with an error on a renderer's arguments.
     program_run server("farm_server", server_arguments("--frames 1"));
     program_run ada(
         "farm_worker",
-        worker_arguments(port(), "ada", "--renderer " + quoted(R"(C:\windows\system32\where.exe)")));
+        worker_arguments(port(), "ada", "--renderer " + quoted(kf::test::child_program("farm_server"))));
     EXPECT_EQ(server.wait(), 1U);
     EXPECT_EQ(ada.wait(), 0U);
     EXPECT_NE(server.output().find("0 of 1 frames in"), std::string::npos) << server.output();
