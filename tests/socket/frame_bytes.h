@@ -29,6 +29,14 @@ inline std::string frame_with(std::uint8_t type, std::uint32_t parameter, std::u
     return header_bytes(type, static_cast<std::uint32_t>(payload.size()), parameter, command) + payload;
 }
 
+inline std::uint32_t header_command(std::string_view frame)
+{
+    std::uint32_t command = 0;
+    for (int i = 3; i >= 0; --i)
+        command = command << 8 | static_cast<unsigned char>(frame[9 + static_cast<std::size_t>(i)]);
+    return command;
+}
+
 /// What zlib's own compress() makes of a text.
 inline std::string zlib_bytes(std::string_view text)
 {
