@@ -57,6 +57,16 @@ TEST(ReadHeader, FindsTypeLengthParameterAndCommandAtTheirOffsets)
     EXPECT_EQ(header.frame_bytes(), 0x8403020Eu);
 }
 
+TEST(EncodeFrame, WritesTheWorkedExamples)
+{
+    for (const kf::test::worked_example& example : kf::test::worked_examples())
+    {
+        EXPECT_EQ(encode_text(example.text, static_cast<std::uint32_t>(example.command), example.parameter),
+                  example.frame);
+        EXPECT_EQ(take(example.frame).text, example.text);
+    }
+}
+
 TEST(EncodeFrame, WritesThirteenBytesForNoText)
 {
     const std::string expected("\x00\x00\x00\x00\x00\x44\x33\x22\x11\xFE\xFF\xFF\xFF", 13);

@@ -34,6 +34,12 @@ TEST(EncodeSocketMessage, WritesTheParameterBeforeTheCommand)
               std::string("\x01\x05\0\0\0\x44\x33\x22\x11\xFE\xFF\xFF\xFFhello", 18));
 }
 
+TEST(EncodeSocketMessage, WritesTheWorkedExamples)
+{
+    for (const kf::test::worked_example& example : kf::test::worked_examples())
+        EXPECT_EQ(encode(example.command, example.text, example.parameter), example.frame);
+}
+
 TEST(EncodeSocketMessage, WritesThirteenBytesForNoText)
 {
     EXPECT_EQ(encode(9, "", 7), frame_with(0, 7, 9, ""));
