@@ -2,11 +2,23 @@ kf_sources(
     PORTABLE
         frame.cpp
         host_text.cpp
+        operation_mark.cpp
         payload_zlib.cpp
+        stream_buffer.cpp
+        trace_text.cpp
     WIN
+        broadcast_win.cpp
         frames_win.cpp
         host_text_win.cpp
         loopback_win.cpp
         multicast_win.cpp
+        overlapped_win.cpp
         primitives_win.cpp
+        stream_connect_win.cpp
+        stream_fields_win.cpp
+        stream_polled_win.cpp
+        stream_port_win.cpp
+        stream_state_win.cpp
+        stream_trace_win.cpp
+        stream_win.cpp
 )
