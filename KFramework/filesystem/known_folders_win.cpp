@@ -41,6 +41,7 @@ std::string GetTemporaryFolder()
         return {};
     std::vector<wchar_t> folder(length + 1);
     ::GetTempPathW(length, folder.data());
+    // KEPT[temporary-cut-by-length]: the first answer says where the last character stands.
     if (folder[length - 2] == L'\\')
         folder[length - 2] = L'\0';
     return KStringHelper::WideStringToUtf8String(folder.data());

@@ -62,7 +62,7 @@ namespace KFramework::KLogger
 {
 void AddLogEntry(CKLoggerInstance* logger, int level, const char* module, const char* format, ...)
 {
-    // The filter comes first: an entry above the level costs nothing more.
+    // KEPT[signed-level]. The filter comes first: an entry above the level costs nothing more.
     if (logger != nullptr && level > kf::logger::load(logger->level))
         return;
 

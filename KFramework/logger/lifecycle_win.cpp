@@ -20,7 +20,7 @@ void CreateLogger(CKLoggerInstance* logger, int level, int flags)
     logger->level = level;
     logger->outputFlags = flags;
     logger->detached = false;
-    logger->rotationCallback = nullptr;
+    logger->rotationCallback = nullptr; // KEPT[create-keeps-rotation]: mode and compression stay.
     logger->writerThread = nullptr;
 
     if (logger->basePath.empty())

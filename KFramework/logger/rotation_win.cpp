@@ -15,7 +15,7 @@ namespace kf::logger
 {
 namespace
 {
-using rotation_callback = void (*)(const char*);
+using rotation_callback = void (*)(const char*); // KEPT[callback-result]
 
 /// The port on the file system and on the logger's own handle.
 class file_rotation final : public rotation_port

@@ -58,7 +58,8 @@ public:
         }
         // KEPT[reader-composite]: accented letters come out as letter and accent.
         if (!widen(chunk, static_cast<int>(size), MB_COMPOSITE) && ::GetLastError() == ERROR_INVALID_FLAGS)
-            static_cast<void>(widen(chunk, static_cast<int>(size), 0)); // a code page without such flags, as UTF-8 is
+            static_cast<void>(
+                widen(chunk, static_cast<int>(size), 0)); // a code page without such flags, as UTF-8 is
         append_utf16(reader, wide_.data(), wide_.size());
     }
 

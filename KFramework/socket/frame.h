@@ -21,7 +21,7 @@ inline constexpr std::uint8_t kEmptyPayload = 0;
 inline constexpr std::uint8_t kRawPayload = 1;
 inline constexpr std::uint8_t kCompressedPayload = 2;
 
-/// Texts up to this length are never compressed.
+/// KEPT[raw-up-to-ten]: texts up to this length are never compressed.
 inline constexpr std::size_t kLongestRawText = 10;
 /// The text's length in front of the zlib stream.
 inline constexpr std::size_t kTextLengthBytes = 4;

@@ -7,6 +7,7 @@ kf_sources(
         stream_buffer.cpp
         trace_text.cpp
     WIN
+        broadcast_win.cpp
         frames_win.cpp
         host_text_win.cpp
         loopback_win.cpp

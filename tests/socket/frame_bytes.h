@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <vector>
 #include <zlib.h>
 
 namespace kf::test
@@ -27,6 +28,35 @@ inline std::string frame_with(std::uint8_t type, std::uint32_t parameter, std::u
                               const std::string& payload)
 {
     return header_bytes(type, static_cast<std::uint32_t>(payload.size()), parameter, command) + payload;
+}
+
+struct worked_example
+{
+    std::int32_t command;
+    std::uint32_t parameter;
+    const char* text;
+    std::string frame;
+};
+
+/// The examples of docs/wire-format.md.
+inline std::vector<worked_example> worked_examples()
+{
+    using namespace std::string_literals;
+    return {
+        {3, 2'000'000'000, "", "\x00\x00\x00\x00\x00\x00\x94\x35\x77\x03\x00\x00\x00"s},
+        {258, 7, "hello", "\x01\x05\x00\x00\x00\x07\x00\x00\x00\x02\x01\x00\x00\x68\x65\x6C\x6C\x6F"s},
+        {-2, 0, "frame 1, frame 2, frame 3",
+         "\x02\x1B\x00\x00\x00\x00\x00\x00\x00\xFE\xFF\xFF\xFF\x19\x00\x00\x00\x78\x9C"
+         "\x4B\x2B\x4A\xCC\x4D\x55\x30\xD4\x51\x48\x03\x33\x8C\x60\x0C\x63\x00\x67\xAA\x07\xB0"s},
+    };
+}
+
+inline std::uint32_t header_command(std::string_view frame)
+{
+    std::uint32_t command = 0;
+    for (int i = 3; i >= 0; --i)
+        command = command << 8 | static_cast<unsigned char>(frame[9 + static_cast<std::size_t>(i)]);
+    return command;
 }
 
 /// What zlib's own compress() makes of a text.

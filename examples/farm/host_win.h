@@ -1,0 +1,63 @@
+#pragma once
+/// What every host program does around its work: start and stop the library in
+/// the right order, and read its command line as UTF-8.
+
+#include <KFramework/socket.h>
+
+#include <KFramework/logger.h>
+
+#include <CLI/CLI.hpp>
+
+#include <string>
+
+namespace farm
+{
+/// Exit codes of the farm's programs.
+enum exit_code : int
+{
+    kSuccess = 0,
+    kIncomplete = 1,     ///< some frames are missing; the renderer could not write its file
+    kBadUsage = 2,       ///< the command line was wrong
+    kCannotStart = 3,    ///< a folder, a port or the server cannot be reached
+    kNoRenderer = 4,     ///< the renderer does not exist
+    kServerVanished = 5, ///< the server went away before its farewell
+};
+
+/// The library and Winsock, from construction to destruction.
+class library_session
+{
+public:
+    /// Logs at level 2 into folder\name.log.
+    library_session(const std::string& folder, const std::string& name);
+    ~library_session();
+    library_session(const library_session&) = delete;
+    library_session& operator=(const library_session&) = delete;
+
+private:
+    KFramework::KLogger::CKLoggerInstance logger_;
+};
+
+/// Ticks the library's server time once a second; call it as often as you like.
+class clock_ticker
+{
+public:
+    /// True once a second.
+    bool tick();
+
+private:
+    unsigned long long last_ = 0;
+};
+
+/// The full path of a name that may be relative; slashes become backslashes.
+std::string full_path(const std::string& path);
+
+/// Makes the folder, with those above it, unless it is there; false when that is impossible.
+bool make_folder(const std::string& folder);
+
+/// Parses a wide command line. Gives -1 to go on, or the exit code after having
+/// printed the help or one line about what is wrong.
+int parse_command_line(CLI::App& app, int argc, wchar_t** argv);
+
+/// Prints "program: message" on standard error.
+void complain(const char* program, const std::string& message);
+} // namespace farm

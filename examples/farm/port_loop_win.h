@@ -1,0 +1,80 @@
+#pragma once
+/// A completion-port loop as a host writes it: docs/hosting.md tells why each step stands where it does.
+
+#include <KFramework/socket.h>
+
+#include "protocol.h"
+
+#include <KFramework/process.h>
+
+#include <string>
+#include <vector>
+
+namespace farm
+{
+/// One connection. The garbage collector deletes it some time after its last release,
+/// so that completions which arrive late still find it.
+class connection : public KFramework::KSocket::CKSocketStream
+{
+public:
+    explicit connection(int id) : id_(id) {}
+
+    /// Names this connection in logs and tables; never used twice.
+    int id() const { return id_; }
+
+    /// Queues a message; waits while more than half of the send buffer is taken, so that a
+    /// slow peer slows us down instead of overflowing the buffer. Not from a port thread.
+    /// False when the connection has ended.
+    bool send_patiently(command what, const std::string& text, unsigned int parameter);
+
+    /// Queues a message at once; false when the connection has ended.
+    bool send(command what, const std::string& text, unsigned int parameter);
+
+private:
+    int id_;
+};
+
+/// What the loop tells its host. Calls come on the loop's threads: one at a time
+/// for one connection, in parallel for several.
+class connection_handler
+{
+public:
+    virtual ~connection_handler() = default;
+
+    /// One whole message; false ends the connection.
+    virtual bool on_message(connection& from, command what, const std::string& text,
+                            unsigned int parameter) = 0;
+
+    /// The connection has ended; called once. Do not use it afterwards.
+    virtual void on_closed(connection& ended) = 0;
+};
+
+/// The port and its threads.
+class port_loop
+{
+public:
+    port_loop(int threads, connection_handler& handler);
+
+    /// Ends the threads and takes what is still on the port.
+    ~port_loop();
+    port_loop(const port_loop&) = delete;
+    port_loop& operator=(const port_loop&) = delete;
+
+    /// Starts to serve a connected stream, which the loop retains until on_closed.
+    /// False when the port does not take it; the stream is closed and released then.
+    bool serve(connection* stream);
+
+private:
+    static unsigned int thread_routine(void* start);
+    bool serve_one(unsigned long milliseconds);
+    void handle(connection& stream, KFramework::KSocket::CKSocketOverlappedStruct* record, bool success,
+                unsigned long bytes);
+    void received(connection& stream, KFramework::KSocket::CKSocketOverlappedStruct& record,
+                  unsigned long bytes);
+    bool deliver_messages(connection& stream);
+
+    connection_handler& handler_;
+    void* port_;
+    std::vector<KFramework::KProcesses::KThreadObject*> threads_;
+};
+} // namespace farm

@@ -1,0 +1,35 @@
+#pragma once
+/// What the server shows on its console. Portable: numbers in, text out.
+
+#include <string>
+#include <vector>
+
+namespace farm
+{
+/// Where the job stands.
+struct progress
+{
+    int frames = 0;
+    int done = 0;
+    int abandoned = 0;
+    int workers = 0;
+    double seconds = 0; ///< since the first order was given
+};
+
+/// One line, for example
+/// `[#########.....................]  7/24 frames  1.4/s  2 workers  00:12 left`.
+std::string progress_line(const progress& now);
+
+/// One worker's part in the job.
+struct worker_record
+{
+    std::string name;
+    int done = 0;
+    int failed = 0; ///< reported failures
+    int lost = 0;   ///< frames taken away because the worker went away or fell silent
+    bool left_early = false;
+};
+
+/// The table printed at the end.
+std::string summary_table(const std::vector<worker_record>& workers, const progress& end, int retries);
+} // namespace farm

@@ -1,0 +1,99 @@
+#include "protocol.h"
+
+#include <algorithm>
+#include <charconv>
+#include <map>
+
+namespace farm
+{
+namespace
+{
+constexpr int kLargestSide = 8192;
+constexpr std::size_t kLongestName = 40;
+constexpr int kLargestNumber = 1'000'000;
+
+using field_map = std::map<std::string_view, std::string_view>;
+
+// "key=value" lines; a key may stand once.
+std::optional<field_map> parse_fields(std::string_view text)
+{
+    field_map fields;
+    while (!text.empty())
+    {
+        const std::string_view line = text.substr(0, text.find('\n'));
+        text.remove_prefix(std::min(line.size() + 1, text.size()));
+        const auto equals = line.find('=');
+        if (equals == std::string_view::npos ||
+            !fields.emplace(line.substr(0, equals), line.substr(equals + 1)).second)
+            return std::nullopt;
+    }
+    return fields;
+}
+
+std::optional<int> number_between(const field_map& fields, std::string_view key, int lowest, int highest)
+{
+    const auto field = fields.find(key);
+    if (field == fields.end())
+        return std::nullopt;
+    int value = 0;
+    const char* const end = field->second.data() + field->second.size();
+    const auto [stopped, error] = std::from_chars(field->second.data(), end, value);
+    if (error != std::errc() || stopped != end || value < lowest || value > highest)
+        return std::nullopt;
+    return value;
+}
+
+bool fit_for_a_name(std::string_view name)
+{
+    const auto allowed = [](char c)
+    {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
+               c == '_';
+    };
+    return !name.empty() && name.size() <= kLongestName && std::all_of(name.begin(), name.end(), allowed);
+}
+} // namespace
+
+std::string to_text(const hello& value)
+{
+    return "name=" + value.name + "\n";
+}
+
+std::string to_text(const order& value)
+{
+    return "frame=" + std::to_string(value.frame) + "\nframes=" + std::to_string(value.frame_count) +
+           "\nwidth=" + std::to_string(value.width) + "\nheight=" + std::to_string(value.height) +
+           "\nlimit=" + std::to_string(value.limit_seconds) + "\nmask=" + value.mask + "\n";
+}
+
+std::optional<hello> parse_hello(std::string_view text)
+{
+    const auto fields = parse_fields(text);
+    if (!fields || fields->size() != 1 || !fields->contains("name") || !fit_for_a_name(fields->at("name")))
+        return std::nullopt;
+    return hello{std::string(fields->at("name"))};
+}
+
+std::optional<order> parse_order(std::string_view text)
+{
+    const auto fields = parse_fields(text);
+    if (!fields || fields->size() != 6 || !fields->contains("mask") || fields->at("mask").empty())
+        return std::nullopt;
+    const auto frame = number_between(*fields, "frame", 0, kLargestNumber);
+    const auto frame_count = number_between(*fields, "frames", 1, kLargestNumber);
+    const auto width = number_between(*fields, "width", 1, kLargestSide);
+    const auto height = number_between(*fields, "height", 1, kLargestSide);
+    const auto limit = number_between(*fields, "limit", 1, kLargestNumber);
+    if (!frame || !frame_count || !width || !height || !limit)
+        return std::nullopt;
+    return order{*frame, *frame_count, *width, *height, *limit, std::string(fields->at("mask"))};
+}
+
+std::string printable(std::string_view text, std::size_t longest)
+{
+    std::string line(text.substr(0, longest));
+    const auto is_control = [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; };
+    std::replace_if(line.begin(), line.end(), is_control, ' ');
+    return line;
+}
+} // namespace farm

@@ -1,0 +1,279 @@
+#include "server_win.h"
+
+#include "image_files.h"
+
+#include <KFramework/core.h>
+#include <KFramework/filesystem.h>
+#include <KFramework/logger.h>
+
+#include <algorithm>
+
+namespace farm
+{
+using namespace KFramework;
+
+namespace
+{
+constexpr const char* kModule = "farm_server";
+constexpr std::size_t kLongestReason = 200;
+
+enum log_level : int
+{
+    kSevere = 1,
+    kInfo = 2,
+};
+} // namespace
+
+server::server(const server_settings& settings)
+    : settings_(settings), board_(settings.first_frame, settings.frame_count, settings.tries)
+{
+}
+
+void server::add(connection* accepted)
+{
+    const std::lock_guard lock(guard_);
+    peer added;
+    added.stream = accepted;
+    // A host text may hold a "%" (a zone): it goes in as an argument, never as a format.
+    added.host = std::string(accepted->GetSocketHost()) + ":" + std::to_string(accepted->GetSocketPort());
+    AddLogEntry(GetDefaultLogger(), kInfo, kModule, "connection %d from %s", accepted->id(),
+                added.host.c_str());
+    peers_.emplace(accepted->id(), std::move(added));
+}
+
+void server::forget(connection* refused)
+{
+    const std::lock_guard lock(guard_);
+    peers_.erase(refused->id());
+}
+
+bool server::on_message(connection& from, command what, const std::string& text, unsigned int parameter)
+{
+    const std::lock_guard lock(guard_);
+    const auto entry = peers_.find(from.id());
+    if (entry == peers_.end())
+        return false;
+    peer& sender = entry->second;
+    from.UpdateHeartBeat(GetServerTime());
+
+    if (what == command::hello && !sender.greeted)
+        return greet(sender, text);
+    if (sender.greeted)
+    {
+        switch (what)
+        {
+        case command::ready:
+            sender.idle = true;
+            hand_out();
+            return true;
+        case command::output:
+            AddLogEntry(GetDefaultLogger(), kInfo, records_[sender.record].name.c_str(), "%s",
+                        printable(text, kLongestOutputLine).c_str());
+            return true;
+        case command::done:
+            take_result(sender, parameter, true, "");
+            return true;
+        case command::failed:
+            take_result(sender, parameter, false, printable(text, kLongestReason));
+            return true;
+        case command::heartbeat:
+            return true;
+        default:
+            break;
+        }
+    }
+    AddLogEntry(GetDefaultLogger(), kSevere, kModule,
+                "connection %d does not speak our language (command %u)", from.id(),
+                static_cast<unsigned int>(what));
+    return false;
+}
+
+bool server::greet(peer& from, const std::string& text)
+{
+    const auto introduction = parse_hello(text);
+    if (!introduction)
+    {
+        AddLogEntry(GetDefaultLogger(), kSevere, kModule, "connection %d gives no proper name",
+                    from.stream->id());
+        return false;
+    }
+    from.greeted = true;
+    from.record = records_.size();
+    records_.push_back({introduction->name, 0, 0, 0, false});
+    AddLogEntry(GetDefaultLogger(), kInfo, kModule, "connection %d is worker %s", from.stream->id(),
+                introduction->name.c_str());
+    return true;
+}
+
+void server::take_result(peer& from, unsigned int ticket, bool success, const std::string& reason)
+{
+    worker_record& record = records_[from.record];
+    const auto given = board_.running(ticket, from.stream->id());
+    const std::string why = !given               ? "a late answer"
+                            : !success           ? reason
+                            : keep_frame(*given) ? ""
+                                                 : "its file is missing or damaged";
+    if (!given)
+    {
+        AddLogEntry(GetDefaultLogger(), kInfo, kModule, "%s: %s for ticket %u is dropped",
+                    record.name.c_str(), why.c_str(), ticket);
+        return;
+    }
+    const ruling outcome = board_.report(ticket, from.stream->id(), why.empty());
+    if (outcome.outcome == verdict::accepted)
+    {
+        ++record.done;
+        AddLogEntry(GetDefaultLogger(), kInfo, kModule, "frame %d done by %s", outcome.frame,
+                    record.name.c_str());
+        return;
+    }
+    ++record.failed;
+    AddLogEntry(GetDefaultLogger(), kSevere, kModule, "frame %d failed at %s (try %d of %d): %s",
+                outcome.frame, record.name.c_str(), outcome.attempt, settings_.tries, why.c_str());
+    hand_out();
+}
+
+// A worker writes under a name of its ticket; only an accepted answer becomes the frame. So a late
+// answer can never replace a good frame.
+bool server::keep_frame(const assignment& given)
+{
+    const std::string part = KFileSystem::GetFileFromMask(part_mask(given.ticket), given.frame);
+    const auto picture = load_png(part);
+    return picture && picture->width == settings_.width && picture->height == settings_.height &&
+           KFileSystem::MvFile(part, frame_file(given.frame));
+}
+
+// Gives waiting frames to idle workers.
+void server::hand_out()
+{
+    for (auto& [id, candidate] : peers_)
+    {
+        if (!candidate.idle)
+            continue;
+        if (const auto next = board_.take(id, worker_count() == 1))
+            give(candidate, *next);
+    }
+}
+
+void server::give(peer& to, const assignment& given)
+{
+    to.idle = false;
+    if (started_ == 0)
+        started_ = ::GetTickCount64();
+    const order work{given.frame,      settings_.frame_count,   settings_.width,
+                     settings_.height, settings_.limit_seconds, part_mask(given.ticket)};
+    // Should this fail, the connection ends and on_closed takes the frame back.
+    to.stream->send(command::order, to_text(work), given.ticket);
+    AddLogEntry(GetDefaultLogger(), kInfo, kModule, "frame %d to %s (try %d, ticket %u)", given.frame,
+                records_[to.record].name.c_str(), given.attempt, given.ticket);
+}
+
+void server::on_closed(connection& ended)
+{
+    const std::lock_guard lock(guard_);
+    const auto entry = peers_.find(ended.id());
+    if (entry == peers_.end())
+        return;
+    const peer lost = entry->second;
+    peers_.erase(entry);
+    AddLogEntry(GetDefaultLogger(), kInfo, kModule, "connection %d (%s) has ended", ended.id(),
+                lost.host.c_str());
+    if (!lost.greeted)
+        return;
+    records_[lost.record].left_early = !board_.complete();
+    note_loss(lost, board_.lose(ended.id()));
+    hand_out();
+}
+
+void server::note_loss(const peer& lost, const std::vector<ruling>& rulings)
+{
+    worker_record& record = records_[lost.record];
+    for (const ruling& outcome : rulings)
+    {
+        ++record.lost;
+        AddLogEntry(GetDefaultLogger(), kSevere, kModule, "frame %d was lost with %s (try %d of %d)",
+                    outcome.frame, record.name.c_str(), outcome.attempt, settings_.tries);
+    }
+}
+
+void server::check_heartbeats()
+{
+    const std::lock_guard lock(guard_);
+    const long long now = GetServerTime();
+    for (auto& [id, candidate] : peers_)
+    {
+        if (!candidate.stream->CheckHeartBeat(settings_.silence_seconds, now))
+        {
+            AddLogEntry(GetDefaultLogger(), kSevere, kModule, "connection %d has been silent for too long",
+                        id);
+            candidate.stream->Shutdown(); // its close record brings on_closed
+        }
+        else if (now - candidate.last_heartbeat_sent >= kHeartbeatSeconds)
+        {
+            candidate.last_heartbeat_sent = now;
+            candidate.stream->send(command::heartbeat, "", 0);
+        }
+    }
+}
+
+void server::dismiss()
+{
+    const std::lock_guard lock(guard_);
+    for (auto& [id, candidate] : peers_)
+    {
+        if (candidate.greeted)
+            candidate.stream->send(command::farewell, "", 0);
+        else
+            candidate.stream->Shutdown();
+    }
+}
+
+void server::drop_all()
+{
+    const std::lock_guard lock(guard_);
+    for (auto& [id, candidate] : peers_)
+        candidate.stream->Shutdown();
+}
+
+bool server::complete()
+{
+    const std::lock_guard lock(guard_);
+    return board_.complete();
+}
+
+bool server::empty()
+{
+    const std::lock_guard lock(guard_);
+    return peers_.empty();
+}
+
+progress server::standing()
+{
+    const std::lock_guard lock(guard_);
+    const double seconds = started_ == 0 ? 0 : static_cast<double>(::GetTickCount64() - started_) / 1000;
+    return {board_.frame_count(), board_.done(), board_.abandoned(), worker_count(), seconds};
+}
+
+std::string server::summary()
+{
+    const progress end = standing();
+    const std::lock_guard lock(guard_);
+    return summary_table(records_, end, board_.retries());
+}
+
+std::string server::frame_file(int frame) const
+{
+    return settings_.folder + "\\" + KFileSystem::GetFileFromMask(settings_.mask, frame);
+}
+
+std::string server::part_mask(unsigned int ticket) const
+{
+    return settings_.folder + "\\parts\\" + std::to_string(ticket) + ".####.png";
+}
+
+int server::worker_count() const
+{
+    return static_cast<int>(
+        std::count_if(peers_.begin(), peers_.end(), [](const auto& entry) { return entry.second.greeted; }));
+}
+} // namespace farm

@@ -1,0 +1,88 @@
+#pragma once
+/// The farm's server: hands frames to workers until each is done or given up.
+
+#include "port_loop_win.h"
+
+#include "job_board.h"
+#include "progress.h"
+
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace farm
+{
+struct server_settings
+{
+    int first_frame = 1;
+    int frame_count = 24;
+    int width = 320;
+    int height = 180;
+    int tries = 3;
+    int limit_seconds = 60;    ///< for one frame on a worker
+    int silence_seconds = 10;  ///< without a word from a worker it counts as lost
+    int patience_seconds = 60; ///< without any worker the job is given up
+    int threads = 2;           ///< port threads
+    std::string folder;        ///< frames, contact sheet and log
+    std::string mask = "frame.####.png";
+};
+
+/// Frame bookkeeping and conversations; sockets come from the caller.
+class server : public connection_handler
+{
+public:
+    explicit server(const server_settings& settings);
+
+    /// Takes over a connection whose peer is to be served.
+    void add(connection* accepted);
+    /// Forgets a connection that could not be served.
+    void forget(connection* refused);
+
+    /// Once a second: heartbeats out, silent workers away.
+    void check_heartbeats();
+
+    /// Says farewell to all workers and ends the other connections.
+    void dismiss();
+    /// Ends every connection.
+    void drop_all();
+
+    bool complete();
+    bool empty(); ///< no connection is left
+    progress standing();
+    std::string summary();
+
+    /// The file that a frame ends up in.
+    std::string frame_file(int frame) const;
+
+    bool on_message(connection& from, command what, const std::string& text, unsigned int parameter) override;
+    void on_closed(connection& ended) override;
+
+private:
+    struct peer
+    {
+        connection* stream = nullptr;
+        std::string host;       // as logged
+        std::size_t record = 0; // its line in the table; meaningful once greeted
+        bool greeted = false;
+        bool idle = false;
+        long long last_heartbeat_sent = 0;
+    };
+
+    bool greet(peer& from, const std::string& text);
+    void take_result(peer& from, unsigned int ticket, bool success, const std::string& reason);
+    bool keep_frame(const assignment& given);
+    void hand_out();
+    void give(peer& to, const assignment& given);
+    void note_loss(const peer& lost, const std::vector<ruling>& rulings);
+    int worker_count() const;
+    std::string part_mask(unsigned int ticket) const;
+
+    const server_settings settings_;
+    std::mutex guard_;
+    job_board board_;                    // guarded by guard_
+    std::map<int, peer> peers_;          // by connection id; guarded by guard_
+    std::vector<worker_record> records_; // guarded by guard_
+    unsigned long long started_ = 0;     // ticks at the first order; guarded by guard_
+};
+} // namespace farm

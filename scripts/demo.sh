@@ -1,0 +1,73 @@
+#!/bin/bash
+# The main job, watched: one server and two workers render an animation on this machine, and one worker is killed
+# in the middle. Leaves frames, contact sheet and logs in build/demo. From a bare Debian 12 on.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+frames=${FRAMES:-24}
+out=build/demo
+
+fail()
+{
+    echo "demo.sh: $*" >&2
+    exit 1
+}
+
+# Waits up to 60 seconds for a command to succeed while the server runs.
+wait_for()
+{
+    local i
+    for ((i = 0; i < 600; i++)); do
+        "$@" && return
+        kill -0 "$server" 2>/dev/null || fail "the server has ended early; see $out/farm_server.log"
+        sleep 0.1
+    done
+    fail "waited too long for: $*"
+}
+
+frames_done()
+{
+    find "$out" -maxdepth 1 -name 'frame.*.png' | wc -l
+}
+
+a_quarter_is_done()
+{
+    (($(frames_done) * 4 >= frames))
+}
+
+worker()
+{
+    "$wine" "$programs/farm_worker.exe" --port "$port" --name "$1" --log-folder "$out" \
+        </dev/null >"$out/$1.out" 2>&1 9>&- &
+}
+
+scripts/setup.sh || fail "setting up failed"
+echo "building the farm"
+cmake --preset mingw-release --log-level=WARNING >/dev/null || fail "configuring failed"
+cmake --build --preset mingw-release --target farm_server farm_worker farm_render -- -j2 --quiet || fail "building failed"
+. scripts/wine_session.sh
+start_wine || fail "no Wine to run the programs with"
+
+programs=build/mingw-release/bin
+rm -rf "$out"
+mkdir -p "$out"
+"$wine" "$programs/farm_server.exe" --output "$out" --frames "$frames" --width 320 --height 180 \
+    --port-file "$out/port" --progress live </dev/null 9>&- &
+server=$!
+wait_for test -s "$out/port"
+port=$(tr -d '\r\n' <"$out/port")
+worker ada
+ada=$!
+worker bob
+bob=$!
+wait_for a_quarter_is_done
+kill -9 "$bob"
+{ wait "$bob" || true; } 2>/dev/null
+code=0
+wait "$server" || code=$?
+wait "$ada" || true
+
+((code == 0)) || fail "the server ended with code $code; see $out/farm_server.log"
+(($(frames_done) == frames)) || fail "only $(frames_done) of $frames frames are there"
+[[ -s $out/contact-sheet.png ]] || fail "there is no contact sheet"
+echo "worker bob was killed in the middle; all $frames frames are there: $out/contact-sheet.png"

@@ -1,0 +1,73 @@
+#include "tests/farm/farm_run.h"
+
+#include "KFramework/core.h"
+#include "KFramework/filesystem.h"
+#include "KFramework/string.h"
+#include "tests/support/children.h"
+#include "tests/support/deadline.h"
+
+#include <gtest/gtest.h>
+
+namespace kf::test
+{
+using namespace KFramework::KProcesses;
+
+namespace
+{
+constexpr int kLongestRunSeconds = 60;
+}
+
+program_run::program_run(const std::string& name, const std::string& arguments) : pipes_(CreatePipes(true))
+{
+    const std::string program = child_program(name);
+    int code = 0;
+    std::string text;
+    process_ = SpawnProcess(program.c_str(), arguments.c_str(),
+                            KFramework::KFileSystem::GetFilePath(program).c_str(), pipes_, nullptr, code,
+                            text, nullptr);
+    EXPECT_NE(process_, nullptr) << name << " does not start: " << code;
+    reader_ = CreatePipeReader(pipes_->stdoutRead, 0);
+}
+
+program_run::~program_run()
+{
+    kill();
+    unsigned long code = 0;
+    WaitProcess(process_, true, kLongestRunSeconds, code);
+    TerminatePipeReader(reader_, false);
+    DestroyPipeReader(reader_);
+    CloseProcess(process_);
+    DeletePipes(pipes_, true);
+}
+
+std::optional<unsigned long> program_run::wait()
+{
+    unsigned long code = 0;
+    if (WaitProcess(process_, true, kLongestRunSeconds, code) != 1)
+    {
+        ADD_FAILURE() << "still running:\n" << output();
+        return std::nullopt;
+    }
+    // The console's own process may hold the pipe a moment longer; the reader ends by itself after that.
+    EXPECT_TRUE(wait_until([this] { return CheckJoinableThread(reader_->thread) != 0; }));
+    return code;
+}
+
+void program_run::kill()
+{
+    if (running())
+        TerminateProcess(process_, false);
+}
+
+bool program_run::running()
+{
+    unsigned long code = 0;
+    return WaitProcess(process_, false, 0, code) == 0;
+}
+
+const std::string& program_run::output()
+{
+    output_ += KFramework::KStringHelper::Replace(PoolPipeReader(reader_), "\r\n", "\n", true);
+    return output_;
+}
+} // namespace kf::test

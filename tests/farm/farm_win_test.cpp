@@ -1,0 +1,202 @@
+// The whole farm: real programs, real sockets, a worker that is killed, peers that talk rubbish.
+
+#include "tests/farm/farm_run.h"
+
+#include "KFramework/core.h"
+#include "KFramework/filesystem.h"
+#include "image_files.h"
+#include "scene.h"
+#include "tests/support/children.h"
+#include "tests/support/deadline.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/winsock_session_win.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+namespace
+{
+using kf::test::program_run;
+using kf::test::temporary_folder;
+using kf::test::wait_until;
+namespace files = KFramework::KFileSystem;
+
+constexpr int kFrames = 6;
+constexpr int kWidth = 96;
+constexpr int kHeight = 54;
+
+std::string quoted(const std::string& text)
+{
+    return "\"" + text + "\"";
+}
+
+class Farm : public testing::Test
+{
+protected:
+    std::string server_arguments(const std::string& job = "--frames 6 --width 96 --height 54") const
+    {
+        return job + " --progress plain --output " + quoted(folder.text()) + " --port-file " +
+               quoted(folder.text("port"));
+    }
+
+    /// The port that a started server has chosen.
+    std::string port()
+    {
+        std::error_code ignored;
+        const auto written = [&]
+        { return std::filesystem::file_size(folder.entry("port"), ignored) + 1 > 2; };
+        EXPECT_TRUE(wait_until(written)); // a missing file's size is all ones
+        const std::string text = folder.read("port");
+        return text.substr(0, text.find('\n'));
+    }
+
+    std::string worker_arguments(const std::string& port, const std::string& name,
+                                 const std::string& more = {}) const
+    {
+        return "--port " + port + " --name " + name + " --log-folder " + quoted(folder.text()) + " " + more;
+    }
+
+    std::string frame_file(int frame) const
+    {
+        return files::GetFileFromMask(folder.text("frame.####.png"), frame);
+    }
+
+    /// Every frame is exactly what the scene gives for it, and nothing else is left.
+    void expect_all_frames() const
+    {
+        for (int frame = 1; frame <= kFrames; ++frame)
+        {
+            const auto read = farm::load_png(frame_file(frame));
+            ASSERT_TRUE(read) << frame;
+            EXPECT_EQ(
+                read->pixels,
+                farm::draw_scene(kWidth, kHeight, static_cast<double>(frame % kFrames) / kFrames, {}).pixels)
+                << frame;
+        }
+        EXPECT_TRUE(files::CheckFile(folder.text("contact-sheet.png")));
+        EXPECT_EQ(files::GetFirstFileWithPrefix(folder.text("parts\\") + "1"), "");
+    }
+
+    temporary_folder folder{"-\xC3\xA9"};
+};
+} // namespace
+
+TEST_F(Farm, RendersAllFramesWhenAWorkerIsKilledInTheMiddle)
+{
+    program_run server("farm_server", server_arguments());
+    const std::string at = port();
+    program_run ada("farm_worker", worker_arguments(at, "ada"));
+    program_run bob("farm_worker", worker_arguments(at, "bob"));
+    ASSERT_TRUE(wait_until([this] { return files::GetFirstFileWithPrefix(folder.text("frame.")) != ""; }));
+    bob.kill();
+
+    EXPECT_EQ(server.wait(), 0U) << server.output();
+    EXPECT_EQ(ada.wait(), 0U) << ada.output();
+    EXPECT_NE(server.output().find("6 of 6 frames in"), std::string::npos) << server.output();
+    expect_all_frames();
+}
+
+TEST_F(Farm, GoesOnWhenAClientSendsRubbish)
+{
+    const kf::test::winsock_session winsock;
+    program_run server("farm_server", server_arguments());
+    const std::string at = port();
+    std::vector<SOCKET> strangers;
+    for (const std::string& rubbish :
+         {std::string("GET / HTTP/1.1\r\nHost: x\r\n\r\n"), std::string(13, '\0'), std::string(13, '\xFF'),
+          std::string("\x01\x02\x00\x00\x00\x00\x00\x00\x00\x01\x00\x00\x00..", 15),
+          std::string(200'000, 'x')})
+    {
+        const SOCKET stranger = KFramework::KSocket::CreateSocket(AF_INET, 0);
+        ASSERT_TRUE(KFramework::KSocket::ConnectSocket(stranger, "127.0.0.1", std::stoi(at)));
+        ::send(stranger, rubbish.data(), static_cast<int>(rubbish.size()), 0);
+        strangers.push_back(stranger);
+    }
+    program_run ada("farm_worker", worker_arguments(at, "ada"));
+    EXPECT_EQ(server.wait(), 0U) << server.output();
+    EXPECT_EQ(ada.wait(), 0U);
+    for (const SOCKET stranger : strangers)
+        KFramework::KSocket::CloseSocket(stranger);
+    expect_all_frames();
+}
+
+TEST_F(Farm, AbandonsFramesThatFailThreeTimes)
+{
+    // A program that ends with an error on a renderer's arguments.
+    program_run server("farm_server", server_arguments("--frames 1"));
+    program_run ada(
+        "farm_worker",
+        worker_arguments(port(), "ada", "--renderer " + quoted(kf::test::child_program("farm_server"))));
+    EXPECT_EQ(server.wait(), 1U);
+    EXPECT_EQ(ada.wait(), 0U);
+    EXPECT_NE(server.output().find("0 of 1 frames in"), std::string::npos) << server.output();
+    EXPECT_NE(server.output().find("farm_server: some frames are missing\n"), std::string::npos)
+        << server.output();
+}
+
+TEST_F(Farm, EndsTheWorkerAndItsRendererWhenTheServerGoesAway)
+{
+    program_run server("farm_server", server_arguments("--width 1600 --height 900"));
+    program_run ada("farm_worker", worker_arguments(port(), "ada"));
+    ASSERT_TRUE(wait_until([&] { return server.output().find("1 worker") != std::string::npos; }));
+    server.kill();
+    EXPECT_EQ(ada.wait(), 5U);
+    EXPECT_NE(ada.output().find("farm_worker: the server went away\n"), std::string::npos) << ada.output();
+}
+
+TEST_F(Farm, GivesUpWithoutWorkers)
+{
+    program_run server("farm_server", server_arguments("--patience 1"));
+    EXPECT_EQ(server.wait(), 1U);
+    EXPECT_NE(server.output().find("no worker for 1 seconds, giving up"), std::string::npos)
+        << server.output();
+}
+
+TEST(FarmServer, RefusesAnUnknownOptionWithOneLine)
+{
+    program_run server("farm_server", "--output x --bogus");
+    EXPECT_EQ(server.wait(), 2U);
+    EXPECT_EQ(server.output(), "farm_server: The following argument was not expected: --bogus\n");
+}
+
+TEST(FarmServer, RefusesAnUnwritableFolderWithOneLine)
+{
+    const temporary_folder folder;
+    folder.write("file", "not a folder");
+    program_run server("farm_server", "--output " + quoted(folder.text("file\\below")));
+    EXPECT_EQ(server.wait(), 3U);
+    EXPECT_EQ(server.output(), "farm_server: cannot write to " + folder.text("file\\below") + "\n");
+}
+
+TEST(FarmServer, RefusesAMaskWithoutAPlaceForTheNumber)
+{
+    program_run server("farm_server", "--output x --mask frame.png");
+    EXPECT_EQ(server.wait(), 2U);
+    EXPECT_EQ(server.output(), "farm_server: the mask frame.png has no # for the frame number\n");
+}
+
+TEST(FarmWorker, SaysThatItCannotReachTheServer)
+{
+    const temporary_folder folder;
+    program_run worker("farm_worker", "--port 1 --log-folder " + quoted(folder.text()));
+    EXPECT_EQ(worker.wait(), 3U);
+    EXPECT_EQ(worker.output(), "farm_worker: cannot reach 127.0.0.1:1\n");
+}
+
+TEST(FarmWorker, SaysThatTheRendererIsMissing)
+{
+    const temporary_folder folder;
+    program_run worker("farm_worker",
+                       "--port 1 --renderer C:\\no\\such.exe --log-folder " + quoted(folder.text()));
+    EXPECT_EQ(worker.wait(), 4U);
+    EXPECT_EQ(worker.output(), "farm_worker: there is no renderer C:\\no\\such.exe\n");
+}
+
+TEST(FarmRender, SaysThatItCannotWrite)
+{
+    program_run renderer("farm_render", R"(--frame 1 --width 8 --height 8 --mask C:\no\such\f.##.png)");
+    EXPECT_EQ(renderer.wait(), 1U);
+    EXPECT_NE(renderer.output().find("farm_render: cannot write C:\\no\\such\\f.01.png\n"), std::string::npos)
+        << renderer.output();
+}

@@ -1,0 +1,67 @@
+#include "protocol.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+const farm::order kOrder{7, 24, 320, 180, 60, R"(C:\job\parts\3.####.png)"};
+} // namespace
+
+TEST(ParseOrder, ReadsWhatToTextWrote)
+{
+    const auto read = farm::parse_order(to_text(kOrder));
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->frame, 7);
+    EXPECT_EQ(read->frame_count, 24);
+    EXPECT_EQ(read->width, 320);
+    EXPECT_EQ(read->height, 180);
+    EXPECT_EQ(read->limit_seconds, 60);
+    EXPECT_EQ(read->mask, kOrder.mask);
+}
+
+TEST(ParseOrder, RefusesEveryShorterText)
+{
+    const std::string whole = to_text(kOrder);
+    for (std::size_t length = 0; length + 1 < whole.size(); ++length)
+    {
+        const auto read = farm::parse_order(whole.substr(0, length));
+        // Cut inside the last field, the mask is only shorter; nothing else may pass.
+        EXPECT_EQ(read.has_value(), length > whole.find("mask=") + 5) << length;
+    }
+}
+
+TEST(ParseOrder, RefusesNumbersOutOfRangeAndTextAfterThem)
+{
+    for (const char* const wrong :
+         {"width=0", "width=8193", "width=-1", "width=", "width=32x", "width=99999999999"})
+    {
+        std::string text = to_text(kOrder);
+        text.replace(text.find("width=320"), 9, wrong);
+        EXPECT_FALSE(farm::parse_order(text)) << wrong;
+    }
+}
+
+TEST(ParseOrder, RefusesUnknownAndRepeatedFields)
+{
+    EXPECT_FALSE(farm::parse_order(to_text(kOrder) + "more=1\n"));
+    EXPECT_FALSE(farm::parse_order(to_text(kOrder) + "frame=8\n"));
+    EXPECT_FALSE(farm::parse_order("GET / HTTP/1.1\r\n\r\n"));
+}
+
+TEST(ParseHello, TakesPlainNamesOnly)
+{
+    EXPECT_EQ(farm::parse_hello("name=node-01_b\n")->name, "node-01_b");
+    EXPECT_TRUE(farm::parse_hello("name=" + std::string(40, 'a') + "\n"));
+    EXPECT_FALSE(farm::parse_hello("name=" + std::string(41, 'a') + "\n"));
+    EXPECT_FALSE(farm::parse_hello("name=\n"));
+    EXPECT_FALSE(farm::parse_hello("name=a b\n"));
+    EXPECT_FALSE(farm::parse_hello("name=..\\x\n"));
+    EXPECT_FALSE(farm::parse_hello(""));
+}
+
+TEST(Printable, TurnsControlCharactersIntoBlanksAndCuts)
+{
+    EXPECT_EQ(farm::printable("a\r\nb\tc\x7f", 100), "a  b c ");
+    EXPECT_EQ(farm::printable("abcdef", 3), "abc");
+    EXPECT_EQ(farm::printable("\xC3\xA9", 100), "\xC3\xA9");
+}
