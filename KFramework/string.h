@@ -1,53 +1,276 @@
 #pragma once
-
-#include "KFramework/export.h"
+/// Conversions, trimming, tokenizers, text encodings and small text files, on byte strings that hold UTF-8 or
+/// any code page.
+///
+/// Threads: every function may be called from any thread at any time; none keeps state. A string that is
+/// edited in place is the caller's to guard.
+/// Errors: results only. Nothing is logged, and nothing throws but exhausted memory.
+/// Ownership: everything is passed and returned by value; arguments stay the caller's.
+/// Letters are those of the "C" locale, whatever locale the host has set: bytes above 127 pass unchanged.
+/// Every function takes time linear in the size of its arguments.
 
 #include <string>
 #include <vector>
 
+#include "KFramework/export.h"
+
 namespace KFramework::KStringHelper
 {
+// --- numbers ---------------------------------------------------------------
+
+/// Decimal, with a minus sign when negative, without padding or grouping.
 KFRAMEWORK_API std::string FromInt(int value);
+
+/// As FromInt.
 KFRAMEWORK_API std::string FromLong(long value);
+
+/// As FromInt.
 KFRAMEWORK_API std::string FromInt64(long long value);
+
+/// As FromInt.
 KFRAMEWORK_API std::string FromUnsignedInt(unsigned int value);
+
+/// As FromInt.
 KFRAMEWORK_API std::string FromUnsignedInt64(unsigned long long value);
+
+/// Decimal of the low 32 bits.
+///
+/// @kept    sizet-low-bits: the upper 32 bits are dropped; FromUnsignedInt64 writes them all.
+///
+///   4294967295 => 4294967295
+///   4294967297 => 1
 KFRAMEWORK_API std::string FromSizet(unsigned long long value);
+
+/// A time as a plain number.
+///
+/// @param seconds  any value; no date is made of it.
 KFRAMEWORK_API std::string FromTime(long long seconds);
+
+/// "1" for true, "0" for false.
 KFRAMEWORK_API std::string FromBool(bool value);
+
+/// Fixed notation for a value with a fraction, a plain integer for one without.
+///
+/// @param precision  digits after the point, 0 or more; a negative one counts as 6. Rounded as a stream
+///                   rounds.
+/// @return  "inf", "-inf" and "nan" for what is no number: they count as fractional.
+/// @kept    integral-without-point: a value without a fraction has neither point nor zeros, whatever the
+///          precision.
+/// @kept    double-int-min: an integral value outside the range of a 32-bit integer gives -2147483648.
+///
+///   2.5, 3          => 2.500
+///   -0.5, 2         => -0.50
+///   3.0, 3          => 3
+///   30000000000.0, 2 => -2147483648
 KFRAMEWORK_API std::string FromDouble(double value, int precision);
+
+/// General notation for a value with a fraction, a plain integer for one without, as FromDouble writes it.
+///
+/// @param precision  significant digits; 0 counts as 1 and a negative one as 6.
+///
+///   2.5, 3       => 2.5
+///   1234.5678, 3 => 1.23e+03
+///   2.0, 5       => 2
 KFRAMEWORK_API std::string FromDoubleNoFixed(double value, int precision);
+
+/// FromDouble of the float's exact value.
 KFRAMEWORK_API std::string FromFloat(float value, int precision);
+
+/// FromDoubleNoFixed of the float's exact value.
 KFRAMEWORK_API std::string FromFloatNoFixed(float value, int precision);
+
+/// False for "0" and for "false" in any case.
+///
+/// @kept    to-bool-permissive: everything else is true, the empty text, "no" and "off" included.
+///
+///   FALSE     => false
+///   (empty)   => true
+///   "False "  => true
 KFRAMEWORK_API bool ToBool(const std::string& text);
 
+// --- case, trimming, replacement ---------------------------------------------
+
+/// A copy with the letters a to z as capitals.
 KFRAMEWORK_API std::string ToUpper(const std::string& text);
+
+/// A copy with the letters A to Z as small ones.
 KFRAMEWORK_API std::string ToLower(const std::string& text);
+
+/// Removes the leading spaces, then the leading tabs of what is left.
+///
+/// @param s         edited in place.
+/// @param alsoTabs  false leaves tabs alone.
+/// @kept    trim-order: one pass each, spaces first; a space behind a leading tab stays.
+///
+///   "  a" => "a"
+///   "\t a" with tabs => " a"
 KFRAMEWORK_API void TrimLeft(std::string& s, bool alsoTabs);
+
+/// The mirror image of TrimLeft: trailing spaces, then trailing tabs.
+///
+///   "a  " => "a"
+///   "a \t" with tabs => "a "
 KFRAMEWORK_API void TrimRight(std::string& s, bool alsoTabs);
+
+/// Removes every line feed, carriage return and tab.
+///
+/// @param s  edited in place.
+/// @kept    trim-cr-everywhere: they go wherever they stand, and tabs go too.
+///
+///   "a\r\nb\tc" => "abc"
 KFRAMEWORK_API void TrimCR(std::string& s);
+
+/// The first bytes of a text, or all of it.
+///
+/// @param maxLength  in bytes; a character of several bytes may be cut.
 KFRAMEWORK_API std::string TrimStringLength(const std::string& s, unsigned long long maxLength);
-KFRAMEWORK_API std::string Replace(const std::string& source, const std::string& what, const std::string& with,
-                                   bool caseSensitive);
+
+/// A copy with every occurrence of one text replaced by another; inserted text is not searched again.
+///
+/// @param what           what to look for; the copy is unchanged when it is empty.
+/// @param with           what to put there; may be empty.
+/// @param caseSensitive  false takes capitals and small letters for the same.
+///
+///   aXbx, x, y, false => ayby
+///   aXbx, x, y, true  => aXby
+///   aaa, a, aa, true  => aaaaaa
+KFRAMEWORK_API std::string Replace(const std::string& source, const std::string& what,
+                                   const std::string& with, bool caseSensitive);
+
+/// A copy with a backslash for every slash.
 KFRAMEWORK_API std::string ConformToOS(const std::string& path);
+
+/// The text after the last "@", or the whole text when it holds none.
+///
+/// @param account  not changed.
 KFRAMEWORK_API std::string GetDomain(std::string& account);
 
+// --- lines and tokens ----------------------------------------------------------
+
+/// One line of a text, without its line feed; a carriage return before it stays.
+///
+/// @param text        ends at its first NUL byte; null counts as empty.
+/// @param lineNumber  from 1; a number outside the text gives an empty line.
+///
+///   a\nb, 2   => b
+///   a\nb\n, 3 => (empty)
 KFRAMEWORK_API std::string GetLine(const char* text, int lineNumber);
+
+/// As above; a NUL byte ends the text here too.
 KFRAMEWORK_API std::string GetLine(const std::string& text, int lineNumber);
+
+/// Moves the text before the first delimiter out of a source, or all of it when there is none.
+///
+/// @param source     loses the token and the delimiter; unchanged on failure.
+/// @param token      receives the text; unchanged on failure. May be source itself and then holds the token.
+/// @param delimiter  found as a whole; null is never found.
+/// @return  false when source is empty.
+/// @kept    extract-skips-one-byte: of a longer delimiter only the first byte is taken out of source.
+///
+///   k=v, =  => token k, source v
+///   abc, =  => token abc, source empty
+///   a::b, :: => token a, source :b
 KFRAMEWORK_API bool ExtractToken(std::string& source, std::string& token, const char* delimiter);
-KFRAMEWORK_API bool ExtractToken(std::string& source, std::string& token, const char* delimiter, const char* quote,
-                                 bool stripQuotes);
-KFRAMEWORK_API std::vector<std::string> TokenizeString(const std::string& text, const std::string& delimiters);
+
+/// The same for a source with quotes and escapes.
+///
+/// A delimiter inside quotes is text. A backslash and the byte after it stand for one byte: \n for a line
+/// feed, \t for a tab, anything else for itself; a backslash at the very end is text.
+///
+/// @param source       loses the token and the delimiter; unchanged on failure.
+/// @param token        receives the decoded text; unchanged on failure. May be source itself.
+/// @param delimiter    its first character counts; an empty text or null stands for the NUL byte.
+/// @param quote        its first character counts, as with delimiter.
+/// @param stripQuotes  false copies the quotes into the token.
+/// @return  false when source is empty or a quote is left open.
+///
+///   "a,b",c => token a,b, source c
+///   "a,b    => false
+KFRAMEWORK_API bool ExtractToken(std::string& source, std::string& token, const char* delimiter,
+                                 const char* quote, bool stripQuotes);
+
+/// Splits a text at every byte that is one of the delimiters. Empty tokens stay, but for one at the very end.
+///
+/// @param delimiters  a set of bytes, in any order; with an empty one the text is one token.
+/// @return  with room reserved for at least 100 tokens.
+/// @kept    token-step: behind a delimiter as many bytes are skipped as the set has, which is 1 for a set of
+///          one.
+///
+///   a,,b at ,  => a, (empty), b
+///   a,b, at ,  => a, b
+///   a,bc at ", " => a, c
+KFRAMEWORK_API std::vector<std::string> TokenizeString(const std::string& text,
+                                                       const std::string& delimiters);
+
+/// As TokenizeString, but the last token stays even when it is empty, so there is always one.
+///
+///   a,b, at , => a, b, (empty)
 KFRAMEWORK_API std::vector<std::string> TokenizeStringNoStripe(const std::string& text,
                                                                const std::string& delimiters);
+
+/// Splits a text at every separator that no backslash stands before. The backslashes stay in the tokens.
+///
+/// @return  at least one token; none for the end of a text that ends in the separator.
+/// @kept    escaped-last-piece: when the text ends in an escaped separator, what follows its last cut is
+///          dropped; without any cut the whole text is the token.
+///
+///   a\,b,c => a\,b and c
+///   a,b\,  => a
 KFRAMEWORK_API std::vector<std::string> TokenizeStringWithEscape(const std::string& text, char separator);
+
+/// Splits a text into literal pieces and blocks from "<%" through "%>". No piece is empty.
+///
+/// @kept    inline-shared-percent: "<%>" is a whole block.
+/// @kept    inline-unclosed-twice: a block that stays open is dropped with all that follows, and the piece
+///          before it is given twice.
+///
+///   x<%y%>z => x, <%y%>, z
+///   x<%y    => x, x
 KFRAMEWORK_API std::vector<std::string> TokenizeInlinePython(const std::string& text);
+
+/// Splits a command line into the executable, without its quotes, and the rest.
+///
+/// @param executable  receives the text before the first space or within the quotes; with a quote that stays
+///                    open the rest of the line. Unchanged on failure. May be commandLine itself.
+/// @param arguments   receives what follows the one byte behind the executable; untouched when nothing does.
+/// @return  false for an empty line and for one that begins with a space.
+/// @kept    split-first-byte: with a quote later in the word the word begins at its second byte.
+///
+///   "C:\a b.exe" -x => C:\a b.exe and -x
+///   ab"c d" -x      => b"c d and -x
 KFRAMEWORK_API bool SplitCommandLines(const std::string& commandLine, std::string& executable,
                                       std::string& arguments);
 
+// --- encodings -----------------------------------------------------------------
+
+/// UTF-16 to UTF-8. What cannot be encoded becomes U+FFFD.
+///
+/// @param text  terminated, not changed; null counts as empty.
 KFRAMEWORK_API std::string WideStringToUtf8String(wchar_t* text);
+
+/// UTF-8 to UTF-16, up to the first NUL byte. Broken sequences become U+FFFD, as many as the platform makes.
 KFRAMEWORK_API std::wstring Utf8StringToWideString(const std::string& text);
+
+/// A copy in which every invalid or incomplete UTF-8 sequence is one U+FFFD (the bytes EF BF BD).
 KFRAMEWORK_API std::string fixUtf8String(const std::string& text);
+
+// --- text files ----------------------------------------------------------------
+
+/// Writes a file, replacing what was there; bytes are written as they are.
+///
+/// @param path  UTF-8.
+/// @return  false when the file cannot be opened or not everything was written; part of it may be there then.
+/// @kept    save-stops-at-nul: the content ends at its first NUL byte.
+/// @kept    file-argument-order: here the content comes first, in LoadFileIntoString the destination.
 KFRAMEWORK_API bool SaveFileFromString(const std::string& content, const std::string& path);
+
+/// Reads a whole text file; bytes are read as they are.
+///
+/// @param content  receives the text; empty on failure.
+/// @param path     UTF-8.
+/// @return  false when the file cannot be opened; an error while reading ends the text like the end of the
+///          file.
+/// @kept    load-drops-after-nul: the file is taken in blocks of 2048 bytes, and in each of them everything
+///          from its first NUL byte on is lost. Only text files survive.
 KFRAMEWORK_API bool LoadFileIntoString(std::string& content, const std::string& path);
 } // namespace KFramework::KStringHelper

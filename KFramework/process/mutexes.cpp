@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <new>
@@ -52,8 +53,8 @@ private:
     boost::unique_lock<boost::mutex> lock_;
 };
 
-/// Runs one wait. Without a semaphore to wait on it becomes a spurious wake-up after a pause, which every caller
-/// is prepared for.
+/// Runs one wait. Without a semaphore to wait on it becomes a spurious wake-up after a pause, which every
+/// caller is prepared for.
 template <class Wait>
 bool wait_on(KFramework::KProcesses::KConditional& conditional, Wait wait)
 {
@@ -92,6 +93,7 @@ bool can_wait(const KFramework::KProcesses::KConditional* conditional)
 
 namespace KFramework::KProcesses
 {
+// KEPT[create-mutex-w]: the name with its W is what the library exports.
 boost::mutex* CreateMutexW()
 {
     return new boost::mutex;
@@ -205,7 +207,7 @@ bool WaitTimedConditional(KConditional* conditional, int timeoutMs)
         return false;
     // In 64 bits, and on the steady clock: setting the system's time neither stretches nor cuts the wait.
     const boost::chrono::duration<std::int64_t, boost::micro> timeout =
-        boost::chrono::duration<std::int64_t, boost::milli>(timeoutMs);
+        boost::chrono::duration<std::int64_t, boost::milli>(std::max(timeoutMs, 0));
     return wait_on(*conditional,
                    [&](auto& lock) {
                        return conditional->condition.wait_for(lock, timeout) == boost::cv_status::no_timeout;

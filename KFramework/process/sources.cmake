@@ -1,12 +1,14 @@
 kf_sources(
     PORTABLE
         arguments.cpp
+        batch_environment.cpp
         command_line.cpp
         environment.cpp
         mutexes.cpp
         read_plan.cpp
         thread_record.cpp
     WIN
+        batch_environment_win.cpp
         environment_win.cpp
         pipe_reader_win.cpp
         pipes_win.cpp

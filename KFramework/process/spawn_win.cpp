@@ -18,8 +18,9 @@ using KClientLib::KEnvironment;
 using KFramework::KProcesses::KPipesHandles;
 using KFramework::KStringHelper::Utf8StringToWideString;
 
-/// Handle inheritance is on in every case: the pipe ends of the child rely on it.
+/// KEPT[spawn-inherits]: on in every case; the pipe ends of the child rely on it.
 constexpr BOOL kInheritHandles = TRUE;
+/// KEPT[spawn-flags]
 constexpr DWORD kCreationFlags =
     CREATE_DEFAULT_ERROR_MODE | CREATE_UNICODE_ENVIRONMENT | NORMAL_PRIORITY_CLASS | CREATE_NEW_CONSOLE;
 static_assert(kCreationFlags == 0x4000430);
@@ -94,7 +95,8 @@ struct start_request
 };
 
 /// Starts the child; gives the system's error code, 0 for success.
-[[nodiscard]] DWORD start_child(const start_request& request, STARTUPINFOW& startup, PROCESS_INFORMATION& started)
+[[nodiscard]] DWORD start_child(const start_request& request, STARTUPINFOW& startup,
+                                PROCESS_INFORMATION& started)
 {
     if (request.executable == nullptr || request.working_directory == nullptr)
         return ERROR_INVALID_PARAMETER;
@@ -109,8 +111,8 @@ struct start_request
     const platform::wiped_at_end wipe_wide_line(wide_line);
     const std::wstring folder = Utf8StringToWideString(request.working_directory);
 
-    if (!::CreateProcessW(executable.c_str(), wide_line.data(), nullptr, nullptr, kInheritHandles, kCreationFlags,
-                          request.environment, folder.c_str(), &startup, &started))
+    if (!::CreateProcessW(executable.c_str(), wide_line.data(), nullptr, nullptr, kInheritHandles,
+                          kCreationFlags, request.environment, folder.c_str(), &startup, &started))
         return ::GetLastError(); // before the impersonation ends, which may change it
     return ERROR_SUCCESS;
 }
@@ -132,7 +134,8 @@ void erase_first(std::string& text, char unwanted)
 std::string error_text(DWORD error)
 {
     platform::local_memory<wchar_t> message;
-    ::FormatMessageW(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
+    ::FormatMessageW(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM |
+                         FORMAT_MESSAGE_IGNORE_INSERTS,
                      nullptr, error, MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT),
                      reinterpret_cast<wchar_t*>(message.put()), 0, nullptr);
     // KEPT[spawn-error-text]: one character, as callers have always logged it.
@@ -157,8 +160,8 @@ KProcess* SpawnProcess(const char* executable, const char* arguments, const char
     STARTUPINFOW startup = kf::process::startup_info(pipes);
     PROCESS_INFORMATION started{};
     const kf::process::environment_block block(environment);
-    const DWORD error = kf::process::start_child({executable, arguments, workingDirectory, block.get(), userToken},
-                                                 startup, started);
+    const DWORD error = kf::process::start_child(
+        {executable, arguments, workingDirectory, block.get(), userToken}, startup, started);
     if (error != ERROR_SUCCESS)
     {
         errorCode = static_cast<int>(error);

@@ -2,7 +2,7 @@
 /// A thread's two records and who may free them.
 ///
 /// The joiner holds the KThreadObject, the routine its start record, which names the other. A join that fails
-/// lets go while the routine may still run and mark its end, so both records go when the last of the two lets go.
+/// lets go while the routine may still run and mark its end, so both records go when the last of the two does.
 
 #include <atomic>
 

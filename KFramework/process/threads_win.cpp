@@ -78,6 +78,6 @@ int TerminateThread(KThreadObject* thread)
 
 unsigned long long GetCurrentThread()
 {
-    return ::GetCurrentThreadId();
+    return ::GetCurrentThreadId(); // KEPT[current-thread-id]
 }
 } // namespace KFramework::KProcesses

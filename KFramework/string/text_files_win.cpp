@@ -23,6 +23,7 @@ kf::platform::unique_file open_file(const std::string& path, DWORD access, DWORD
 
 namespace KFramework::KStringHelper
 {
+// KEPT[file-argument-order]: content and path here, destination and path below.
 bool SaveFileFromString(const std::string& content, const std::string& path)
 {
     const kf::platform::unique_file file = open_file(path, GENERIC_WRITE, CREATE_ALWAYS);

@@ -5,8 +5,8 @@
 
 namespace kf::string
 {
-/// Finds one text in another in linear time, whatever the two hold; the plain search takes length times length
-/// for texts of many equal bytes.
+/// Finds one text in another in linear time, whatever the two hold; the plain search takes length times
+/// length for texts of many equal bytes.
 class text_search
 {
 public:

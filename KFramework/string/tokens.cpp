@@ -88,7 +88,8 @@ std::vector<std::string> TokenizeStringWithEscape(const std::string& text, char 
         }
         escaped = text[at] == '\\' && !escaped;
     }
-    // KEPT[escaped-last-piece]: a text that ends in the separator, escaped or not, has no piece after its last cut.
+    // KEPT[escaped-last-piece]: a text that ends in the separator, escaped or not, has no piece after its
+    // last cut.
     if (!text.empty() && text.back() != separator)
         tokens.emplace_back(text, start);
     if (tokens.empty())

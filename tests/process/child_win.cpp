@@ -13,8 +13,8 @@ spawned_child::spawned_child(const std::string& program, const std::string& argu
                              KClientLib::KEnvironment* environment)
     : pipes(CreatePipes(merge_std_err))
 {
-    process = SpawnProcess(child_program(program).c_str(), arguments.c_str(), children_folder().c_str(), pipes,
-                           environment, error, error_text, nullptr);
+    process = SpawnProcess(child_program(program).c_str(), arguments.c_str(), children_folder().c_str(),
+                           pipes, environment, error, error_text, nullptr);
     EXPECT_NE(process, nullptr) << program << ": error " << error;
 }
 

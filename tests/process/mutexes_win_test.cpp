@@ -43,6 +43,7 @@ void WINAPI falling_clock(LPFILETIME time)
 }
 } // namespace
 
+// KEPT[create-mutex-w]
 TEST(CreateMutexW, IsExportedUnderItsExactName)
 {
     const HMODULE library = ::GetModuleHandleA(kf::test::kLibraryName);

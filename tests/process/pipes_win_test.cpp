@@ -130,7 +130,8 @@ TEST(DeletePipes, ClosesTheChildsInputFirstAndTheErrorPipeLast)
     for (const bool merge : {false, true})
     {
         KPipesHandles* const pipes = CreatePipes(merge);
-        std::vector<HANDLE> expected{pipes->stdinRead, pipes->stdoutWrite, pipes->stdoutRead, pipes->stdinWrite};
+        std::vector<HANDLE> expected{pipes->stdinRead, pipes->stdoutWrite, pipes->stdoutRead,
+                                     pipes->stdinWrite};
         if (!merge)
             expected.insert(expected.end(), {pipes->stderrWrite, pipes->stderrRead});
         const import_hook hook("CloseHandle", &note_close);
@@ -148,8 +149,8 @@ TEST(DeletePipes, ClosesNothingWhenToldSo)
     const std::size_t before = handle_count();
     DeletePipes(pipes, false);
     EXPECT_EQ(handle_count(), before);
-    for (void* const end :
-         {ends.stdoutRead, ends.stdinWrite, ends.stderrRead, ends.stdinRead, ends.stdoutWrite, ends.stderrWrite})
+    for (void* const end : {ends.stdoutRead, ends.stdinWrite, ends.stderrRead, ends.stdinRead,
+                            ends.stdoutWrite, ends.stderrWrite})
         ClosePipeHandle(end);
     EXPECT_EQ(handle_count(), before - 6);
 }
@@ -162,8 +163,8 @@ TEST(DeletePipes, SurvivesTheExceptionOfABadHandle)
         const import_hook hook("CloseHandle", &raise_on_close);
         DeletePipes(pipes, true);
     }
-    for (void* const end :
-         {ends.stdoutRead, ends.stdinWrite, ends.stderrRead, ends.stdinRead, ends.stdoutWrite, ends.stderrWrite})
+    for (void* const end : {ends.stdoutRead, ends.stdinWrite, ends.stderrRead, ends.stdinRead,
+                            ends.stdoutWrite, ends.stderrWrite})
         ClosePipeHandle(end);
 }
 

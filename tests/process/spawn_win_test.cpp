@@ -41,12 +41,12 @@ struct creation
 };
 creation seen;
 
-BOOL WINAPI note_creation(LPCWSTR application, LPWSTR line, LPSECURITY_ATTRIBUTES process, LPSECURITY_ATTRIBUTES thread,
-                          BOOL inherit, DWORD flags, LPVOID environment, LPCWSTR folder, LPSTARTUPINFOW startup,
-                          LPPROCESS_INFORMATION)
+BOOL WINAPI note_creation(LPCWSTR application, LPWSTR line, LPSECURITY_ATTRIBUTES process,
+                          LPSECURITY_ATTRIBUTES thread, BOOL inherit, DWORD flags, LPVOID environment,
+                          LPCWSTR folder, LPSTARTUPINFOW startup, LPPROCESS_INFORMATION)
 {
-    seen = {*startup, inherit, flags, process != nullptr || thread != nullptr, environment != nullptr,
-            application, line, folder};
+    seen = {*startup,    inherit, flags, process != nullptr || thread != nullptr, environment != nullptr,
+            application, line,    folder};
     ::SetLastError(ERROR_ACCESS_DENIED);
     return FALSE;
 }
@@ -57,7 +57,8 @@ creation attempt(KPipesHandles* pipes, KEnvironment* environment)
     const import_hook hook("CreateProcessW", &note_creation);
     int error = 0;
     std::string text;
-    EXPECT_EQ(SpawnProcess("C:\\\xC3\xA4.exe", "-\xC3\xB6 x", "C:\\\xC3\xBC", pipes, environment, error, text, nullptr),
+    EXPECT_EQ(SpawnProcess("C:\\\xC3\xA4.exe", "-\xC3\xB6 x", "C:\\\xC3\xBC", pipes, environment, error, text,
+                           nullptr),
               nullptr);
     EXPECT_EQ(error, ERROR_ACCESS_DENIED);
     return seen;
@@ -73,7 +74,8 @@ struct failure
 failure fail(const char* executable, const char* folder = "C:\\", KPipesHandles* pipes = nullptr)
 {
     failure result;
-    EXPECT_EQ(SpawnProcess(executable, "", folder, pipes, nullptr, result.code, result.text, nullptr), nullptr);
+    EXPECT_EQ(SpawnProcess(executable, "", folder, pipes, nullptr, result.code, result.text, nullptr),
+              nullptr);
     return result;
 }
 
@@ -112,8 +114,8 @@ std::string output_of(const std::string& executable, const std::string& argument
 {
     KPipesHandles* const pipes = CreatePipes(true);
     failure result;
-    KProcess* const process = SpawnProcess(executable.c_str(), arguments.c_str(), children_folder().c_str(), pipes,
-                                           nullptr, result.code, result.text, nullptr);
+    KProcess* const process = SpawnProcess(executable.c_str(), arguments.c_str(), children_folder().c_str(),
+                                           pipes, nullptr, result.code, result.text, nullptr);
     EXPECT_NE(process, nullptr) << executable << ": error " << result.code;
     std::string output;
     if (process != nullptr)
@@ -247,8 +249,8 @@ TEST(SpawnProcess, GivesTheChildItsOwnPipeEndsAndNotTheParents)
     KPipesHandles* const pipes = CreatePipes(false);
     const KPipesHandles ends = *pipes;
     failure result;
-    KProcess* const process = SpawnProcess(child_program("list_pipes").c_str(), "", children_folder().c_str(), pipes,
-                                           nullptr, result.code, result.text, nullptr);
+    KProcess* const process = SpawnProcess(child_program("list_pipes").c_str(), "", children_folder().c_str(),
+                                           pipes, nullptr, result.code, result.text, nullptr);
     ASSERT_NE(process, nullptr);
     std::set<void*> held;
     std::istringstream listed(kf::test::read_to_end(pipes->stdoutRead));
@@ -298,8 +300,8 @@ TEST(SpawnProcess, GivesTheErrorCodeAndTheFirstCharacterOfItsMessage)
     const failure missing = fail("C:\\no such program.exe");
     EXPECT_EQ(missing.code, ERROR_FILE_NOT_FOUND);
     wchar_t message[256] = {};
-    ::FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, ERROR_FILE_NOT_FOUND,
-                     MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT), message, 256, nullptr);
+    ::FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
+                     ERROR_FILE_NOT_FOUND, MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT), message, 256, nullptr);
     EXPECT_EQ(missing.text, std::string(1, static_cast<char>(message[0])));
 }
 
@@ -347,8 +349,9 @@ TEST(SpawnProcess, FailsWithoutAPathOrAFolder)
 TEST(SpawnProcess, TakesNoArgumentsAsEmptyOnes)
 {
     failure result;
-    KProcess* const process = SpawnProcess(child_program("end_with").c_str(), nullptr, children_folder().c_str(),
-                                           nullptr, nullptr, result.code, result.text, nullptr);
+    KProcess* const process =
+        SpawnProcess(child_program("end_with").c_str(), nullptr, children_folder().c_str(), nullptr, nullptr,
+                     result.code, result.text, nullptr);
     ASSERT_NE(process, nullptr);
     unsigned long code = 1;
     EXPECT_EQ(WaitProcess(process, true, 0, code), 1);
@@ -392,8 +395,8 @@ TEST(CloseProcess, ClosesBothHandlesAndNotThePipes)
     KPipesHandles* const pipes = CreatePipes(true);
     const std::size_t before = handle_count();
     failure result;
-    KProcess* const process = SpawnProcess(child_program("end_with").c_str(), "0", children_folder().c_str(), pipes,
-                                           nullptr, result.code, result.text, nullptr);
+    KProcess* const process = SpawnProcess(child_program("end_with").c_str(), "0", children_folder().c_str(),
+                                           pipes, nullptr, result.code, result.text, nullptr);
     EXPECT_EQ(handle_count(), before); // two of the process for two of the child
     EXPECT_TRUE(CloseProcess(process));
     EXPECT_EQ(handle_count(), before - 2);
@@ -406,11 +409,13 @@ TEST(CloseProcess, TriesBothHandlesAndGivesFalseWhenOneDoesNotClose)
     for (const bool bad_process : {true, false})
     {
         failure result;
-        KProcess* const process = SpawnProcess(child_program("end_with").c_str(), "0", children_folder().c_str(),
-                                               nullptr, nullptr, result.code, result.text, nullptr);
+        KProcess* const process =
+            SpawnProcess(child_program("end_with").c_str(), "0", children_folder().c_str(), nullptr, nullptr,
+                         result.code, result.text, nullptr);
         ASSERT_NE(process, nullptr);
         const std::size_t before = handle_count();
-        void* const kept = std::exchange(bad_process ? process->processHandle : process->threadHandle, nullptr);
+        void* const kept =
+            std::exchange(bad_process ? process->processHandle : process->threadHandle, nullptr);
         EXPECT_FALSE(CloseProcess(process));
         EXPECT_EQ(handle_count(), before - 1);
         ::CloseHandle(kept);

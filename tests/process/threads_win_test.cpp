@@ -217,6 +217,7 @@ TEST(CheckJoinableThread, IsZeroUntilTheRoutineMarksItsEnd)
     threads::JoinThread(thread, 0, nullptr);
 }
 
+// KEPT[current-thread-id]
 TEST(GetCurrentThread, GivesTheThreadsIdAndNotAHandle)
 {
     EXPECT_EQ(threads::GetCurrentThread(), ::GetCurrentThreadId());

@@ -120,6 +120,7 @@ TEST(WaitProcess, TimesOutWhetherTheHostKeepsTheServerTimeOrNot)
     EXPECT_GE(ticking.took, milliseconds(1000));
 }
 
+// KEPT[wait-time-out-first]
 TEST(WaitProcess, AsksForTheTimeOutBeforeTheEnd)
 {
     const spawned_child child("end_with", "4");
@@ -176,7 +177,8 @@ TEST(WaitProcess, GivesTheCodeOfAProcessThatEndsWhileItIsAsked)
     static HANDLE process = nullptr;
     process = child.process->processHandle;
     const import_hook hook(
-        "WaitForSingleObject", +[](HANDLE handle, DWORD time) -> DWORD WINAPI
+        "WaitForSingleObject",
+        +[](HANDLE handle, DWORD time) -> DWORD WINAPI
         {
             ::TerminateProcess(process, 9);
             ::WaitForSingleObject(process, INFINITE);
@@ -203,7 +205,8 @@ TEST(TerminateProcess, AsksForNoMoreThanTheRightToTerminate)
 {
     const spawned_child child("end_with", "5 60000");
     const import_hook hook(
-        "OpenProcess", +[](DWORD access, BOOL inherit, DWORD pid) -> HANDLE WINAPI
+        "OpenProcess",
+        +[](DWORD access, BOOL inherit, DWORD pid) -> HANDLE WINAPI
         {
             EXPECT_EQ(access, static_cast<DWORD>(PROCESS_TERMINATE));
             EXPECT_FALSE(inherit);
