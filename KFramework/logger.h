@@ -60,20 +60,20 @@ struct CKLoggerInstance
 
 /// Names the log file.
 ///
-/// @param fileName  UTF-8, without folder. Takes effect in the next CreateLogger.
+/// @param fileName  UTF-8, without folder, not null; copied. Takes effect in the next CreateLogger.
 /// @threads not while CreateLogger runs.
 KFRAMEWORK_API void SetLoggerFile(CKLoggerInstance* logger, const char* fileName);
 
 /// Names the folder of the log file.
 ///
-/// @param folder  UTF-8, without a separator at its end. Takes effect in the next CreateLogger.
+/// @param folder  UTF-8, without a separator at its end; copied. Takes effect in the next CreateLogger.
 /// @threads not while CreateLogger runs.
 KFRAMEWORK_API void SetLoggerBasePath(CKLoggerInstance* logger, const std::string& folder);
 
 /// Makes a logger ready and opens its file for appending; others may read it meanwhile, not write it.
 ///
 /// A log that already has lines keeps its period: its start time is read back from its first line, or is now.
-/// Only the last folder of the path is created. A logger that was created before is destroyed first.
+/// Only the last folder of the path is created. A logger is destroyed before it is created again.
 ///
 /// @param level  entries up to this level are written.
 /// @param flags  2: standard output, 4: file, 6: both.

@@ -1,5 +1,5 @@
 #include "KFramework/core.h"
-#include "KFramework/core/state_win.h"
+#include "KFramework/core/state.h"
 #include "KFramework/platform/windows_win.h"
 
 #include <ctime>
@@ -16,11 +16,13 @@ long long GetServerTime()
 {
     const kf::core::global_lock lock;
     const long long stored = kf::core::state().server_time;
+    // KEPT[live-clock-not-stored]
     return stored != 0 ? stored : ::_time64(nullptr);
 }
 
 void MicroSleep(int ms)
 {
+    // KEPT[micro-sleep-unit]
     ::Sleep(static_cast<DWORD>(ms));
 }
 
@@ -28,6 +30,7 @@ void LocalTime_R(long long* t, struct tm* out)
 {
     const kf::core::global_lock lock;
     const struct tm* const converted = ::_localtime64(t);
+    // Null for a time before 1970.
     *out = converted != nullptr ? *converted : tm{};
 }
 } // namespace KFramework

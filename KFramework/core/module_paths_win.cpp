@@ -1,5 +1,5 @@
 #include "KFramework/core.h"
-#include "KFramework/core/state_win.h"
+#include "KFramework/core/state.h"
 #include "KFramework/platform/windows_win.h"
 #include "KFramework/string.h"
 

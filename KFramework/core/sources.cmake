@@ -1,10 +1,17 @@
 kf_sources(
     PORTABLE
         byte_order.cpp
+        counters.cpp
+        host_texts.cpp
+        processor_facts.cpp
+        state.cpp
     WIN
+        adapter_probe_win.cpp
         clock_win.cpp
-        counters_win.cpp
+        gpu_probe_win.cpp
+        host_facts_win.cpp
         lifecycle_win.cpp
         module_paths_win.cpp
-        state_win.cpp
+        platform_probe_win.cpp
+        processor_probe_win.cpp
 )

@@ -5,6 +5,7 @@
 #include "KFramework/core.h"
 #include "KFramework/filesystem.h"
 #include "image_files.h"
+#include "protocol.h"
 #include "scene.h"
 #include "tests/support/children.h"
 #include "tests/support/deadline.h"
@@ -31,10 +32,62 @@ std::string quoted(const std::string& text)
     return "\"" + text + "\"";
 }
 
+const std::string kSmallJob = "--frames 6 --width 96 --height 54";
+
+/// A worker played by the test.
+class peer
+{
+public:
+    explicit peer(const std::string& port)
+    {
+        stream_.Connect("127.0.0.1", std::stoi(port));
+        EXPECT_NE(stream_.GetSocket(), INVALID_SOCKET);
+    }
+    ~peer() { close(); }
+    peer(const peer&) = delete;
+    peer& operator=(const peer&) = delete;
+
+    void send(farm::command what, const std::string& text, unsigned int parameter = 0)
+    {
+        EXPECT_TRUE(
+            stream_.AddMessage(static_cast<unsigned int>(what), text.c_str(), parameter, false, false));
+        stream_.FlushWrite();
+    }
+
+    /// Reads messages up to one of this kind.
+    bool receive(farm::command expected)
+    {
+        while (stream_.WaitForCompleteMessage(static_cast<int>(kf::test::kDeadline.count())))
+        {
+            unsigned int what = 0;
+            char* text = nullptr;
+            stream_.GetNextMessage(what, &text, nullptr, true);
+            stream_.DestroyMessageContent(text);
+            if (what == static_cast<unsigned int>(expected))
+                return true;
+        }
+        return false;
+    }
+
+    void close() { stream_.Close(); }
+
+private:
+    KFramework::KSocket::CKSocketStream stream_;
+};
+
+/// The test uses streams itself, so it is a host too.
+class library_host : public testing::Environment
+{
+public:
+    void SetUp() override { KFramework::InitializeLibrary(nullptr); }
+    void TearDown() override { KFramework::ShutdownLibrary(); }
+};
+const testing::Environment* const host = testing::AddGlobalTestEnvironment(new library_host);
+
 class Farm : public testing::Test
 {
 protected:
-    std::string server_arguments(const std::string& job = "--frames 6 --width 96 --height 54") const
+    std::string server_arguments(const std::string& job = kSmallJob) const
     {
         return job + " --progress plain --output " + quoted(folder.text()) + " --port-file " +
                quoted(folder.text("port"));
@@ -143,6 +196,56 @@ TEST_F(Farm, EndsTheWorkerAndItsRendererWhenTheServerGoesAway)
     server.kill();
     EXPECT_EQ(ada.wait(), 5U);
     EXPECT_NE(ada.output().find("farm_worker: the server went away\n"), std::string::npos) << ada.output();
+}
+
+TEST_F(Farm, GivesTheFrameOfASilentWorkerToAnother)
+{
+    const kf::test::winsock_session winsock;
+    program_run server("farm_server", server_arguments(kSmallJob + " --silence 3"));
+    const std::string at = port();
+    peer mute(at);
+    mute.send(farm::command::hello, "name=mute");
+    mute.send(farm::command::ready, "");
+    ASSERT_TRUE(mute.receive(farm::command::order));
+    program_run ada("farm_worker", worker_arguments(at, "ada"));
+
+    EXPECT_EQ(server.wait(), 0U) << server.output();
+    EXPECT_NE(
+        server.output().find("mute                                         0       0     1  (left early)"),
+        std::string::npos)
+        << server.output();
+    EXPECT_NE(folder.read("farm_server.log").find("has been silent for too long"), std::string::npos);
+    expect_all_frames();
+}
+
+TEST_F(Farm, DropsAnAnswerForAnOrderThatIsNotTheSenders)
+{
+    const kf::test::winsock_session winsock;
+    program_run server("farm_server", server_arguments());
+    const std::string at = port();
+    peer liar(at);
+    liar.send(farm::command::hello, "name=liar");
+    for (unsigned int ticket = 0; ticket < 20; ++ticket)
+        liar.send(farm::command::done, "", ticket);
+    program_run ada("farm_worker", worker_arguments(at, "ada"));
+    ASSERT_TRUE(liar.receive(farm::command::farewell));
+    liar.close();
+
+    EXPECT_EQ(server.wait(), 0U) << server.output();
+    EXPECT_NE(folder.read("farm_server.log").find("liar: a late answer for ticket 0 is dropped"),
+              std::string::npos);
+    expect_all_frames();
+}
+
+TEST_F(Farm, EndsARendererThatTakesTooLong)
+{
+    program_run server("farm_server",
+                       server_arguments("--frames 1 --width 4000 --height 3000 --limit 1 --tries 1"));
+    program_run ada("farm_worker", worker_arguments(port(), "ada"));
+    EXPECT_EQ(server.wait(), 1U) << server.output();
+    EXPECT_EQ(ada.wait(), 0U) << ada.output();
+    EXPECT_NE(folder.read("farm_server.log").find("(try 1 of 1): the renderer took more than 1 seconds"),
+              std::string::npos);
 }
 
 TEST_F(Farm, GivesUpWithoutWorkers)

@@ -209,44 +209,43 @@ TEST_F(DetachedLinesTest, KeepsEveryThreadsOrderAndLosesNothing)
 
 TEST_F(DetachedLinesTest, ReleasesEveryWaiterAtOnce)
 {
-    start();
+    constexpr unsigned int kWaiters = 32;
+    logger.hidden->writer.running = true; // not yet: they all wait
     std::vector<std::thread> waiting;
-    for (int i = 0; i < 32; ++i)
-        waiting.emplace_back(
-            [this]
-            {
-                for (int round = 0; round < 10; ++round)
-                    wait_until_drained(logger);
-            });
+    for (unsigned int i = 0; i < kWaiters; ++i)
+        waiting.emplace_back([this] { wait_until_drained(logger); });
+    ASSERT_TRUE(wait_until([this] { return waiters() == kWaiters; }));
+    start();
     const auto begin = std::chrono::steady_clock::now();
     for (std::thread& waiter : waiting)
         waiter.join();
-    // One at a time per pause would take more than a minute.
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, kf::test::kDeadline);
+    // One for each idle pause would take twice as long.
+    EXPECT_LT(std::chrono::steady_clock::now() - begin,
+              std::chrono::milliseconds(kWaiters * kIdlePauseMs / 2));
 }
 
 TEST_F(DetachedLinesTest, IgnoresSpuriousSignals)
 {
-    std::atomic<bool> done{false};
-    std::thread disturber(
+    logger.hidden->writer.running = true; // not yet: nothing but a spurious signal can end the wait
+    ASSERT_TRUE(queue("line"));
+    std::atomic<bool> returned{false};
+    std::thread waiting(
         [&]
         {
-            while (!done)
-            {
-                BroadcastSignalConditional(logger.flushConditional);
-                BroadcastSignalConditional(logger.hidden->writer.wake);
-                std::this_thread::yield();
-            }
+            wait_until_drained(logger);
+            returned = true;
         });
-    start();
-    for (std::size_t i = 1; i <= 500; ++i)
+    ASSERT_TRUE(wait_until([this] { return waiters() == 1; }));
+    for (int i = 0; i < 1000; ++i)
     {
-        ASSERT_TRUE(queue("line"));
-        wait_until_drained(logger);
-        ASSERT_EQ(port.written, i);
+        BroadcastSignalConditional(logger.flushConditional);
+        std::this_thread::sleep_for(std::chrono::microseconds(50));
     }
-    done = true;
-    disturber.join();
+    bool returned_early = true;
+    port.before_write = [&] { returned_early = returned; };
+    start();
+    waiting.join();
+    EXPECT_FALSE(returned_early);
 }
 
 // KEPT[stop-leaves-lines]

@@ -1,4 +1,4 @@
-#include "KFramework/core/state_win.h"
+#include "KFramework/core/state.h"
 
 #include "KFramework/core.h"
 #include "KFramework/process.h"

@@ -1,9 +1,12 @@
 #pragma once
 
-#include <boost/thread/mutex.hpp>
-
 #include <cstdint>
 #include <string>
+
+namespace boost
+{
+class mutex;
+} // namespace boost
 
 namespace KFramework::KLogger
 {
@@ -12,7 +15,8 @@ struct CKLoggerInstance;
 
 namespace kf::core
 {
-/// The library's process-wide state. Everything is empty until InitializeLibrary.
+/// The library's process-wide state. Everything is empty until InitializeLibrary;
+/// the host facts lie in host_facts_win.
 struct process_state
 {
     std::string module_base_path;
@@ -28,7 +32,7 @@ struct process_state
 
 process_state& state() noexcept;
 
-/// Holds the global mutex over a scope.
+/// Holds the global mutex over a scope. Nothing before InitializeLibrary.
 class global_lock
 {
 public:
