@@ -362,6 +362,8 @@ TEST(JoinThread, FreesTheRecordOnceAfterAnEndAndAfterAKill)
     {
         gates at;
         KThreadObject* const thread = threads::SpawnThread(gated_routine, &at);
+        // Never kill a thread that is still being set up: it may hold the loader's lock for ever.
+        EXPECT_TRUE(kf::test::wait_until([&] { return at.id != 0; }));
         watched = thread;
         freed = 0;
         bool timed_out = false;
