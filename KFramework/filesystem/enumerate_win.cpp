@@ -3,6 +3,8 @@
 #include "KFramework/platform/windows_win.h"
 #include "KFramework/string.h"
 
+#include <utility>
+
 namespace KFramework::KFileSystem
 {
 namespace

@@ -4,6 +4,7 @@
 #include "KFramework/string.h"
 
 #include <cstdio>
+#include <utility>
 
 namespace kf::filesystem
 {

@@ -1,5 +1,6 @@
 #include "KFramework/process/environment.h"
 
+#include "KFramework/platform/wipe.h"
 #include "KFramework/process.h"
 #include "KFramework/process/arguments.h"
 
@@ -23,9 +24,10 @@ Unit* zeroed(std::size_t units)
     return block;
 }
 
-/// Copies up to the text's first zero, at most `room` units.
-void bounded_copy(char16_t* to, const std::u16string& text, std::size_t room)
+/// Copies up to the text's first zero, at most `room` units; values may be confidential.
+void bounded_copy(char16_t* to, std::u16string text, std::size_t room)
 {
+    const platform::wiped_at_end wipe_text(text);
     const std::size_t length = std::min({text.size(), text.find(u'\0'), room});
     std::copy_n(text.data(), length, to);
 }

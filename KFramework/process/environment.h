@@ -6,7 +6,7 @@
 
 namespace kf::process
 {
-using environment_table = std::map<std::string, std::string>;
+using environment_table = std::map<std::string, std::string>; // KEPT[environment-case]
 using utf16_converter = std::function<std::u16string(const std::string&)>;
 
 /// Units of the narrow and of the wide block: bytes of every entry with "=" and

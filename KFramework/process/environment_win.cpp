@@ -1,3 +1,4 @@
+#include "KFramework/platform/wipe.h"
 #include "KFramework/process.h"
 #include "KFramework/process/environment.h"
 #include "KFramework/string.h"
@@ -10,7 +11,8 @@ static_assert(sizeof(wchar_t) == sizeof(char16_t));
 
 std::u16string to_utf16(const std::string& text)
 {
-    const std::wstring wide = KStringHelper::Utf8StringToWideString(text);
+    std::wstring wide = KStringHelper::Utf8StringToWideString(text);
+    const kf::platform::wiped_at_end wipe_wide(wide);
     return {wide.begin(), wide.end()};
 }
 } // namespace

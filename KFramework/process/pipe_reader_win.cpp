@@ -105,7 +105,7 @@ std::uint32_t read_chunk(KPipeReader& reader, char* buffer, std::uint32_t waitin
     return 0;
 }
 
-/// One chunk into the text, as what it looks like.
+/// One chunk into the text, as what it looks like. KEPT[reader-halves]: nothing is kept for the next one.
 void take_chunk(KPipeReader& reader, chunk_converter& converter, char* buffer, std::uint32_t size)
 {
     std::fill_n(buffer + size, kTerminatorBytes, '\0');
@@ -121,7 +121,7 @@ void drain(KPipeReader& reader)
     chunk_converter converter;
     // The size of a chunk decides what it is taken for, so a guessing reader keeps its steady pace.
     pause_plan pauses(reader.detectUnicode == 0);
-    while (!stopping(reader))
+    while (!stopping(reader)) // KEPT[reader-no-draining]: what still waits then is left
     {
         const auto waiting = bytes_waiting(reader.pipe);
         if (!waiting)

@@ -91,6 +91,7 @@ void DeletePipes(KPipesHandles* pipes, bool closeHandles)
 {
     if (pipes != nullptr && closeHandles)
     {
+        // KEPT[delete-pipes-order]
         kf::process::close_end(pipes->stdinRead);
         kf::process::close_end(pipes->stdoutWrite);
         kf::process::close_end(pipes->stdoutRead);

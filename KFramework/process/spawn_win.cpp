@@ -18,8 +18,9 @@ using KClientLib::KEnvironment;
 using KFramework::KProcesses::KPipesHandles;
 using KFramework::KStringHelper::Utf8StringToWideString;
 
-/// Handle inheritance is on in every case: the pipe ends of the child rely on it.
+/// KEPT[spawn-inherits]: on in every case; the pipe ends of the child rely on it.
 constexpr BOOL kInheritHandles = TRUE;
+/// KEPT[spawn-flags]
 constexpr DWORD kCreationFlags =
     CREATE_DEFAULT_ERROR_MODE | CREATE_UNICODE_ENVIRONMENT | NORMAL_PRIORITY_CLASS | CREATE_NEW_CONSOLE;
 static_assert(kCreationFlags == 0x4000430);

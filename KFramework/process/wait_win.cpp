@@ -49,7 +49,7 @@ int WaitProcess(KProcess* process, bool wait, int timeoutSeconds, unsigned long&
             exitCode = 0;
             return ended;
         }
-        // The time-out is asked first: a process that ended exactly then counts as timed out.
+        // KEPT[wait-time-out-first]: a process that ended in that second counts as timed out.
         if (wait && timeoutSeconds != 0 && ::_time64(nullptr) - start >= timeoutSeconds)
             return timedOut;
         if (kf::process::has_ended(process->processHandle, exitCode))
@@ -68,6 +68,7 @@ void TerminateProcess(KProcess* process, bool ignored)
 
 void TerminateProcess(unsigned long pid, bool)
 {
+    // KEPT[terminate-tree]: one process, whatever the flag.
     const kf::platform::unique_handle process(::OpenProcess(PROCESS_TERMINATE, FALSE, pid));
     if (process)
         ::TerminateProcess(process.get(), kf::process::kTerminatedCode);

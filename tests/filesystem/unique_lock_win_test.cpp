@@ -47,6 +47,14 @@ HANDLE WINAPI refuse_mutex(SECURITY_ATTRIBUTES* /*security*/, BOOL /*owned*/, co
     return nullptr;
 }
 
+/// As for a name that exists, with another code.
+HANDLE WINAPI note_mutex_with_error(SECURITY_ATTRIBUTES* /*security*/, BOOL /*owned*/,
+                                    const wchar_t* /*name*/)
+{
+    ::SetLastError(ERROR_INVALID_DATA);
+    return &object;
+}
+
 OSVERSIONINFOEXW version_asked;
 DWORD version_kinds = 0;
 
@@ -84,6 +92,12 @@ TEST(CreateUniqueLock, DoesNotTakeAnOlderErrorForItsOwn)
     const import_hook hook("CreateMutexW", &note_mutex);
     ::SetLastError(ERROR_ALREADY_EXISTS);
     EXPECT_EQ(CreateUniqueLock("farm"), &object);
+}
+
+TEST(CreateUniqueLock, IsNullForAHandleThatComesWithAnyError)
+{
+    const import_hook hook("CreateMutexW", &note_mutex_with_error);
+    EXPECT_EQ(CreateUniqueLock("farm"), nullptr);
 }
 
 TEST(CreateUniqueLock, IsNullWhenThePlatformRefusesOrThereIsNoName)

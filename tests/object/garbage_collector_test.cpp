@@ -326,6 +326,7 @@ TEST_F(collector, ADyingObjectThatRetainsAndReleasesItselfIsNotRecordedAgain)
             Retain();
             CKObject::Release();
             gSTGarbageCollector->AddObjectToGC(this);
+            EXPECT_EQ(gSTGarbageCollector->table.count(this), 0u);
         }
         unsigned& ended_;
     };

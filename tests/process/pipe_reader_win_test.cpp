@@ -186,6 +186,7 @@ TEST(PipeReader, TriesWithoutFlagsWhenTheCodePageTakesNone)
     EXPECT_EQ(pipe.rest(), "\xC3\xA9\xE2\x82\xAC");
 }
 
+// KEPT[reader-halves]
 TEST(PipeReader, ConvertsTheHalvesOfACutCharacterApart)
 {
     constexpr UINT kShiftJis = 932;

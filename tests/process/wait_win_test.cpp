@@ -120,6 +120,7 @@ TEST(WaitProcess, TimesOutWhetherTheHostKeepsTheServerTimeOrNot)
     EXPECT_GE(ticking.took, milliseconds(1000));
 }
 
+// KEPT[wait-time-out-first]
 TEST(WaitProcess, AsksForTheTimeOutBeforeTheEnd)
 {
     const spawned_child child("end_with", "4");

@@ -44,6 +44,7 @@ TEST(WideBlock, IsTheUsualBlockForAsciiText)
     EXPECT_EQ(built({}, widened), units(u"\0"));
 }
 
+// KEPT[environment-wide-layout]
 TEST(WideBlock, GivesEveryTextAsManyUnitsAsItHasBytes)
 {
     EXPECT_EQ(built({{"NNNN", "1"}, {"O", "VVVV"}}, halved), units(u"xx\0\0=\0\0\0=xx\0\0\0\0"));
