@@ -44,8 +44,8 @@ private:
     bool ready_;
 };
 
-kept_states<deflate_state> kept_deflates;
-kept_states<inflate_state> kept_inflates;
+constinit kept_states<deflate_state> kept_deflates;
+constinit kept_states<inflate_state> kept_inflates;
 
 /// zlib declares its input without const.
 Bytef* input(const char* bytes) noexcept

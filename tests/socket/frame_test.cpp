@@ -225,6 +225,15 @@ TEST(TakePayload, TakesTheTextLengthOfACompressedPayloadAsALimit)
     }
 }
 
+TEST(TakePayload, DropsAnEmptyTextOnlyWhenItsLengthSaysSo)
+{
+    EXPECT_FALSE(take(frame_with(2, 0, 0, zlib_payload("", 0))).delivered);
+    const taken claimed_longer = take(frame_with(2, 0, 0, zlib_payload("", 5)));
+    EXPECT_TRUE(claimed_longer.delivered);
+    EXPECT_TRUE(claimed_longer.has_content);
+    EXPECT_EQ(claimed_longer.text, "");
+}
+
 TEST(TakePayload, ZeroesWhatTheStreamDoesNotFill)
 {
     const std::string text = repeating(500);

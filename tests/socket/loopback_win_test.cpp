@@ -114,6 +114,9 @@ TEST(CreateLoopbackPipes, MakesNonBlockingSocketsThatChildrenDoNotInherit)
     ASSERT_EQ(CreateLoopbackPipes(pair), 0);
     for (const SOCKET socket : pair)
     {
+        const DWORD limit_ms = 1000; // what a blocking one would wait
+        ::setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, reinterpret_cast<const char*>(&limit_ms),
+                     sizeof limit_ms);
         char byte = 0;
         EXPECT_EQ(::recv(socket, &byte, 1, 0), SOCKET_ERROR);
         EXPECT_EQ(::WSAGetLastError(), WSAEWOULDBLOCK);

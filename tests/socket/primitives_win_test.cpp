@@ -222,6 +222,7 @@ TEST(ShutdownSocket, EndsBothDirections)
 {
     const connected_pair pair;
     EXPECT_EQ(ShutdownSocket(pair.accepted.get()), 0);
+    ASSERT_TRUE(kf::test::readable(pair.connecting.get(), kWaitMs));
     char byte = 0;
     EXPECT_EQ(::recv(pair.connecting.get(), &byte, 1, 0), 0);
     EXPECT_EQ(::send(pair.accepted.get(), &byte, 1, 0), SOCKET_ERROR);
@@ -313,14 +314,14 @@ TEST(SetNagleStatus, GivesFalseOnFailure)
 TEST(SetBlockStatus, MakesAReadAnswerAtOnceOrWait)
 {
     const connected_pair pair;
+    const DWORD limit_ms = 50;
+    ::setsockopt(pair.accepted.get(), SOL_SOCKET, SO_RCVTIMEO, reinterpret_cast<const char*>(&limit_ms),
+                 sizeof limit_ms);
     char byte = 0;
     EXPECT_TRUE(SetBlockStatus(pair.accepted.get(), false));
     EXPECT_EQ(::recv(pair.accepted.get(), &byte, 1, 0), SOCKET_ERROR);
     EXPECT_EQ(::WSAGetLastError(), WSAEWOULDBLOCK);
     EXPECT_TRUE(SetBlockStatus(pair.accepted.get(), true));
-    const DWORD limit_ms = 50;
-    ::setsockopt(pair.accepted.get(), SOL_SOCKET, SO_RCVTIMEO, reinterpret_cast<const char*>(&limit_ms),
-                 sizeof limit_ms);
     EXPECT_EQ(::recv(pair.accepted.get(), &byte, 1, 0), SOCKET_ERROR);
     EXPECT_EQ(::WSAGetLastError(), WSAETIMEDOUT);
 }
