@@ -45,6 +45,8 @@ function(kf_test family)
   set_tests_properties(
     ${name}
     PROPERTIES TIMEOUT 300
+               # A program that crashes under Wine may still end with 0.
+               FAIL_REGULAR_EXPRESSION "\\[  FAILED  \\];Unhandled exception"
                ENVIRONMENT
                "ASAN_OPTIONS=detect_stack_use_after_return=1;UBSAN_OPTIONS=print_stacktrace=1;TSAN_OPTIONS=halt_on_error=1")
 endfunction()
