@@ -41,7 +41,10 @@ function(kf_test family)
   else()
     target_link_libraries(${family}_test PRIVATE kframework_portable)
   endif()
-  add_test(NAME ${name} COMMAND ${family}_test)
+  set(log ${CMAKE_BINARY_DIR}/test_logs/${name}.txt)
+  file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/test_logs)
+  add_test(NAME ${name} COMMAND ${CMAKE_SOURCE_DIR}/tools/run_test.sh ${log} ${CMAKE_CROSSCOMPILING_EMULATOR}
+                                $<TARGET_FILE:${family}_test>)
   set_tests_properties(
     ${name}
     PROPERTIES TIMEOUT 300

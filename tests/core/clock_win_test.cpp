@@ -29,11 +29,11 @@ __time64_t give_clock(__time64_t* out)
     return clock_seconds;
 }
 
-class set_clock : public testing::Test
+class ServerTime : public testing::Test
 {
 protected:
-    set_clock() : hook_("_time64", &give_clock) {}
-    ~set_clock() override { clock_seconds = 1700000000; }
+    ServerTime() : hook_("_time64", &give_clock) {}
+    ~ServerTime() override { clock_seconds = 1700000000; }
 
 private:
     kf::test::import_hook<__time64_t(__time64_t*)> hook_;
@@ -62,7 +62,7 @@ bool waits_for_the_global_mutex(Call call)
 
 } // namespace
 
-TEST_F(set_clock, ServerTimeIsTheStoredOneHoweverMuchTimePasses)
+TEST_F(ServerTime, IsTheStoredOneHoweverMuchTimePasses)
 {
     clock_seconds = 1000;
     InitializeLibrary(nullptr);
@@ -77,7 +77,7 @@ TEST_F(set_clock, ServerTimeIsTheStoredOneHoweverMuchTimePasses)
     EXPECT_EQ(GetServerTime(), 5) << "time may go back";
 }
 
-TEST_F(set_clock, ServerTimeHoldsMoreThanThirtyTwoBits)
+TEST_F(ServerTime, HoldsMoreThanThirtyTwoBits)
 {
     clock_seconds = 0x123456789A;
     InitializeLibrary(nullptr);
@@ -85,7 +85,7 @@ TEST_F(set_clock, ServerTimeHoldsMoreThanThirtyTwoBits)
 }
 
 // KEPT[live-clock-not-stored]
-TEST_F(set_clock, GivesTheLiveClockWithoutStoringItWhileNothingIsStored)
+TEST_F(ServerTime, IsTheLiveClockAndNotStoredWhileNothingIsStored)
 {
     clock_seconds = 0;
     InitializeLibrary(nullptr);

@@ -276,14 +276,35 @@ TEST_F(FlushDetachedThreadTest, ReturnsAtOnceFromADirectLogger)
     FlushDetachedThread(&logger);
 }
 
+std::atomic<int> console_flushes{0};
+
+int __cdecl count_flush(FILE* file)
+{
+    if (file == stdout)
+        ++console_flushes;
+    return 0;
+}
+
 TEST_F(FlushDetachedThreadTest, ReturnsWithTheConsoleFlushed)
 {
     create(kInfo, kConsole);
     captured_output console(captured_output::stream::output);
-    SetLoggerDetachedStatus(&logger, true);
-    for (int i = 0; i < 10; ++i)
-        add(i);
-    FlushDetachedThread(&logger);
+    {
+        const import_hook hook("fflush", &count_flush);
+        console_flushes = 0;
+        add(0);
+        add(1);
+        EXPECT_EQ(console_flushes, 2) << "a direct logger flushes every line";
+
+        SetLoggerDetachedStatus(&logger, true);
+        FlushDetachedThread(&logger);
+        console_flushes = 0;
+        for (int i = 2; i < 10; ++i)
+            add(i);
+        FlushDetachedThread(&logger);
+        EXPECT_GE(console_flushes, 1) << "a detached logger flushes every batch";
+        EXPECT_LE(console_flushes, 8);
+    }
     const std::string text = console.text();
     EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 10);
 }

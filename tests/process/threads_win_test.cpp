@@ -3,6 +3,7 @@
 #include <climits>
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -77,12 +78,27 @@ std::uintptr_t __cdecl failing_start(void*, unsigned, unsigned(__stdcall*)(void*
     return 0;
 }
 
+const void* watched = nullptr;
+std::atomic<int> freed = 0;
+
+/// The library's operator delete: counts how often the watched record goes.
+void count_frees(void* memory, std::size_t size)
+{
+    if (memory == watched)
+        ++freed;
+    ::operator delete(memory, size);
+}
+
+constexpr const char* kSizedDelete = "_ZdlPvy";
+
 std::atomic<int> raised = 0;
+std::atomic<bool> came_back = false;
 
 BOOL WINAPI raising_close(HANDLE)
 {
     ++raised;
     ::RaiseException(0xC0000008, 0, 0, nullptr);
+    came_back = true; // unhandled, which the system may let pass
     return FALSE;
 }
 } // namespace
@@ -318,6 +334,52 @@ TEST(JoinThread, FailsWithMinusOneAndLetsTheThreadMarkItsEndLater)
     EXPECT_TRUE(kf::test::wait_until([&] { return kf::test::handle_count() == before; }));
 }
 
+TEST(JoinThread, LeavesTheRecordToTheThreadWhenTheWaitFails)
+{
+    gates at;
+    KThreadObject* const thread = threads::SpawnThread(gated_routine, &at);
+    const kf::platform::unique_handle own(
+        ::OpenThread(SYNCHRONIZE, FALSE, ::GetThreadId(thread->threadHandle)));
+    ASSERT_TRUE(own);
+    const kf::test::import_hook deletes(kSizedDelete, &count_frees);
+    watched = thread;
+    freed = 0;
+    {
+        const kf::test::import_hook waits("WaitForSingleObject", &failing_wait);
+        EXPECT_EQ(threads::JoinThread(thread, 0, nullptr), -1);
+    }
+    EXPECT_EQ(freed, 0);
+    at.open_all();
+    ASSERT_EQ(::WaitForSingleObject(own.get(), 20'000), WAIT_OBJECT_0);
+    EXPECT_EQ(freed, 1);
+    watched = nullptr;
+}
+
+TEST(JoinThread, FreesTheRecordOnceAfterAnEndAndAfterAKill)
+{
+    const kf::test::import_hook deletes(kSizedDelete, &count_frees);
+    for (const bool kill : {false, true})
+    {
+        gates at;
+        KThreadObject* const thread = threads::SpawnThread(gated_routine, &at);
+        // Never kill a thread that is still being set up: it may hold the loader's lock for ever.
+        EXPECT_TRUE(kf::test::wait_until([&] { return at.id != 0; }));
+        watched = thread;
+        freed = 0;
+        bool timed_out = false;
+        EXPECT_EQ(threads::JoinThread(thread, 1, &timed_out), 0);
+        EXPECT_TRUE(timed_out);
+        if (kill)
+            EXPECT_NE(threads::TerminateThread(thread), 0);
+        else
+            at.open_all();
+        EXPECT_EQ(freed, 0);
+        threads::JoinThread(thread, 0, nullptr);
+        EXPECT_EQ(freed, 1);
+    }
+    watched = nullptr;
+}
+
 TEST(JoinThread, IgnoresAnExceptionOfTheClose)
 {
     gates at;
@@ -332,10 +394,11 @@ TEST(JoinThread, IgnoresAnExceptionOfTheClose)
         EXPECT_EQ(threads::JoinThread(thread, 0, nullptr), 3);
     }
     EXPECT_EQ(raised, 1);
+    EXPECT_FALSE(came_back);
     ::CloseHandle(handle);
 }
 
-TEST(JoinThread, FailsForARecordOfTheCallersOwnMaking)
+TEST(JoinThread, FailsForNull)
 {
     EXPECT_EQ(threads::JoinThread(nullptr, 0, nullptr), -1);
     EXPECT_EQ(threads::TerminateThread(nullptr), 0);
