@@ -2,9 +2,6 @@
 
 #include "KFramework/string.h"
 
-#include <algorithm>
-#include <cstring>
-
 namespace kf::socket
 {
 
@@ -18,8 +15,7 @@ host_parts split_zone(std::string_view text) noexcept
 
 void copy_bounded(char* to, std::size_t room, std::string_view from) noexcept
 {
-    const std::size_t length = std::min(from.size(), room - 1);
-    std::memcpy(to, from.data(), length);
+    const std::size_t length = from.copy(to, room - 1);
     to[length] = '\0';
 }
 

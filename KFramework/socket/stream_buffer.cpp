@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <new>
 
 namespace kf::socket
 {
@@ -67,11 +68,32 @@ std::uint32_t one_call(std::uint64_t bytes) noexcept
         std::min<std::uint64_t>(bytes, std::numeric_limits<std::uint32_t>::max()));
 }
 
-char* block_store::make(std::uint64_t capacity)
+char* block_store::make(std::uint64_t room)
 {
     blocks_.reserve(blocks_.size() + 1);
-    blocks_.push_back({std::make_unique<char[]>(static_cast<std::size_t>(capacity) + 1), false});
-    return blocks_.back().bytes.get();
+    // Zeroed by the system where it can be, so that room which is never used costs nothing.
+    auto* const bytes = static_cast<char*>(std::calloc(1, static_cast<std::size_t>(room + kSlackBytes)));
+    if (bytes == nullptr)
+        throw std::bad_alloc();
+    blocks_.push_back({std::unique_ptr<char, heap_free>(bytes), room, false});
+    return bytes;
+}
+
+char* block_store::make_larger(const char* old, std::uint64_t room)
+{
+    return make(std::max(room, 2 * room_of(old)));
+}
+
+bool block_store::has_room(const char* block, std::uint64_t room) const noexcept
+{
+    return room_of(block) >= room;
+}
+
+std::uint64_t block_store::room_of(const char* block) const noexcept
+{
+    const auto found = std::find_if(blocks_.begin(), blocks_.end(),
+                                    [block](const owned_block& one) { return one.bytes.get() == block; });
+    return found != blocks_.end() ? found->room : 0;
 }
 
 void block_store::release(char* block, bool in_use) noexcept

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <memory>
 #include <vector>
 
@@ -62,18 +63,30 @@ struct growth
 /// A platform call takes 32 bits of length: as much of a run of bytes as one call may carry.
 [[nodiscard]] std::uint32_t one_call(std::uint64_t bytes) noexcept;
 
+/// Bytes behind a block's room: a terminating zero, and a look at a header without the lock.
+inline constexpr std::uint64_t kSlackBytes = 16;
+
 /// Owns the blocks of one buffer. A block that an operation may still use is retired instead of freed.
 class block_store
 {
 public:
-    /// A zero-filled block with one byte more than its capacity, for a terminating zero.
+    /// A zero-filled block with room for this many bytes and kSlackBytes more.
     ///
     /// @throws std::bad_alloc.
-    [[nodiscard]] char* make(std::uint64_t capacity);
+    [[nodiscard]] char* make(std::uint64_t room);
+
+    /// A block to take another's place: with at least twice its room, so that growing in small steps copies each
+    /// byte only a few times.
+    ///
+    /// @throws std::bad_alloc.
+    [[nodiscard]] char* make_larger(const char* old, std::uint64_t room);
+
+    /// Whether a block has this much room already.
+    [[nodiscard]] bool has_room(const char* block, std::uint64_t room) const noexcept;
 
     /// Gives a block back.
     ///
-    /// @param block   from make().
+    /// @param block   from make() or make_larger().
     /// @param in_use  true: kept until free_retired().
     void release(char* block, bool in_use) noexcept;
 
@@ -87,11 +100,19 @@ public:
     [[nodiscard]] std::size_t count() const noexcept { return blocks_.size(); }
 
 private:
+    struct heap_free
+    {
+        void operator()(char* bytes) const noexcept { std::free(bytes); }
+    };
+
     struct owned_block
     {
-        std::unique_ptr<char[]> bytes;
+        std::unique_ptr<char, heap_free> bytes;
+        std::uint64_t room = 0;
         bool retired = false;
     };
+
+    [[nodiscard]] std::uint64_t room_of(const char* block) const noexcept;
 
     std::vector<owned_block> blocks_;
     bool keep_all_ = false;

@@ -67,13 +67,13 @@ void move_to_block_front(CKSocketStream& stream) noexcept
 {
     if (stream.receiveBuffer != stream.receiveBlock)
         std::memmove(stream.receiveBlock, stream.receiveBuffer, stream.receiveFill);
-    stream.receiveBuffer = stream.receiveBlock;
+    shared(stream.receiveBuffer).store(stream.receiveBlock);
     stream.receiveBuffer[stream.receiveFill] = '\0';
 }
 
 void remove_received(CKSocketStream& stream, std::uint64_t count) noexcept
 {
-    stream.receiveBuffer += count;
+    shared(stream.receiveBuffer).store(stream.receiveBuffer + count);
     shared(stream.receiveFill).store(stream.receiveFill - count);
 }
 
@@ -81,33 +81,44 @@ bool make_receive_room(CKSocketStream& stream, const growth& wanted, bool outsta
 {
     if (wanted.what == verdict::overflow)
         return false;
-    block_store& blocks = stream.hidden->receive_blocks;
+    stream_state& state = *stream.hidden;
     const bool at_front = stream.receiveBuffer == stream.receiveBlock;
-    if (wanted.what == verdict::fits && (at_front || !outstanding))
+    if (!state.receive_blocks.has_room(stream.receiveBlock, wanted.capacity) || (outstanding && !at_front))
     {
-        if (!at_front)
-            move_to_block_front(stream);
-    }
-    else
-    {
-        char* const block = blocks.make(wanted.capacity);
+        char* const old = stream.receiveBlock;
+        char* const block = wanted.what == verdict::grow
+                                ? state.receive_blocks.make_larger(old, wanted.capacity)
+                                : state.receive_blocks.make(wanted.capacity);
         std::memcpy(block, stream.receiveBuffer, stream.receiveFill);
-        blocks.release(stream.receiveBlock, outstanding || stream.hidden.use_count() > 1);
-        stream.receiveBlock = stream.receiveBuffer = block;
-        stream.receiveCapacity = wanted.capacity;
+        stream.receiveBlock = block;
+        shared(stream.receiveBuffer).store(block);
+        // Whoever looks without the lock has either announced itself or finds the new block.
+        state.receive_blocks.release(old, outstanding || state.looking.load() != 0 ||
+                                              stream.hidden.use_count() > 1);
     }
-    if (!outstanding && stream.hidden.use_count() == 1)
-        blocks.free_retired();
+    else if (!at_front)
+    {
+        move_to_block_front(stream);
+    }
+    stream.receiveCapacity = wanted.capacity;
+    if (!outstanding && state.looking.load() == 0 && stream.hidden.use_count() == 1)
+        state.receive_blocks.free_retired();
     return true;
 }
 
-void replace_send_block(CKSocketStream& stream, std::uint64_t capacity, std::uint64_t keep)
+void replace_send_block(CKSocketStream& stream, char* block, std::uint64_t keep)
+{
+    std::memcpy(block, stream.sendBuffer, keep);
+    stream.hidden->send_blocks.release(stream.sendBuffer,
+                                       is_pending(stream.writeEvent) || stream.hidden.use_count() > 1);
+    stream.sendBuffer = block;
+}
+
+void grow_send_buffer(CKSocketStream& stream, std::uint64_t capacity)
 {
     block_store& blocks = stream.hidden->send_blocks;
-    char* const block = blocks.make(capacity);
-    std::memcpy(block, stream.sendBuffer, keep);
-    blocks.release(stream.sendBuffer, is_pending(stream.writeEvent) || stream.hidden.use_count() > 1);
-    stream.sendBuffer = block;
+    if (!blocks.has_room(stream.sendBuffer, capacity))
+        replace_send_block(stream, blocks.make_larger(stream.sendBuffer, capacity), stream.sendFill);
     stream.sendCapacity = capacity;
 }
 

@@ -29,6 +29,7 @@ struct stream_state
     std::uint64_t cleared_bytes =
         0; // of an outstanding send whose bytes were cleared; guarded by the write lock
     std::atomic<std::uint32_t> posting = 0; // threads inside a short platform call on the socket
+    std::atomic<std::uint32_t> looking = 0; // threads that look at the receive buffer without the read lock
     boost::mutex trace_mutex;               // a leaf: taken last
     std::FILE* open_trace = nullptr;        // null once closed; guarded by trace_mutex
 };
@@ -107,9 +108,10 @@ void remove_received(KFramework::KSocket::CKSocketStream& stream, std::uint64_t 
 
 // The send buffer; all under the write lock.
 
-/// Replaces the send block, keeping the first bytes of it.
-void replace_send_block(KFramework::KSocket::CKSocketStream& stream, std::uint64_t capacity,
-                        std::uint64_t keep);
+/// Puts a new block in the place of the send block and keeps the first bytes of it.
+void replace_send_block(KFramework::KSocket::CKSocketStream& stream, char* block, std::uint64_t keep);
+
+void grow_send_buffer(KFramework::KSocket::CKSocketStream& stream, std::uint64_t capacity);
 
 /// Frees the blocks that an ended send has left.
 void free_ended_sends(KFramework::KSocket::CKSocketStream& stream) noexcept;

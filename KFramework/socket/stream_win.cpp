@@ -65,7 +65,7 @@ bool CKSocketStream::AddMessage(const unsigned int& command, const char* text, u
             return false;
         }
         if (wanted.what == verdict::grow)
-            kf::socket::replace_send_block(*this, wanted.capacity, sendFill);
+            kf::socket::grow_send_buffer(*this, wanted.capacity);
         std::memcpy(sendBuffer + sendFill, frame.block, bytes);
         shared(sendFill).store(sendFill + bytes);
     }
@@ -120,10 +120,14 @@ bool CKSocketStream::HasCompleteMessageAvailable()
 
 bool CKSocketStream::ExtractCommand(unsigned int* command)
 {
-    if (shared(receiveFill).load() < kf::socket::kFrameHeaderBytes)
-        return false;
-    *command = kf::socket::read_header(receiveBuffer).command;
-    return true;
+    // No lock: the block may be replaced meanwhile, so it is asked to stay; it ends in enough slack for a header.
+    hidden->looking.fetch_add(1);
+    const char* const front = shared(receiveBuffer).load();
+    const bool there = shared(receiveFill).load() >= kf::socket::kFrameHeaderBytes;
+    if (there)
+        *command = kf::socket::read_header(front).command;
+    hidden->looking.fetch_sub(1);
+    return there;
 }
 
 // --- counting what went through ----------------------------------------------
@@ -187,7 +191,7 @@ void CKSocketStream::ClearBuffers()
     hidden->cleared_bytes = writeEvent.isMarked() ? hidden->posted_bytes : 0;
     hidden->posted_bytes = 0;
     if (kf::socket::is_pending(writeEvent))
-        kf::socket::replace_send_block(*this, sendCapacity, 0);
+        kf::socket::replace_send_block(*this, hidden->send_blocks.make(sendCapacity), 0);
     shared(sendFill).store(0);
 }
 

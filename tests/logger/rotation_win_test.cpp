@@ -6,6 +6,7 @@
 #include "tests/support/captured_output_win.h"
 
 #include <functional>
+#include <io.h>
 #include <set>
 #include <share.h>
 
@@ -285,6 +286,33 @@ TEST_F(CheckLogRotationTest, GoesOnAfterAFailedCompressionAsIfItHadWorked)
     EXPECT_EQ(called_with, std::vector<std::string>{folder.text("1709683200.03.05.2024.default.log.gz")});
     EXPECT_EQ(names(), std::set<std::string>{"default.log"});
     EXPECT_EQ(messages_of(log()), std::vector<std::string>{"new"});
+}
+
+int opened_wide = 0;
+int inheritable = 0;
+
+FILE* __cdecl note_inheritance(const wchar_t* path, const wchar_t* mode)
+{
+    FILE* const file = ::_wfsopen(path, mode, _SH_DENYNO);
+    DWORD flags = 0;
+    ++opened_wide;
+    if (file == nullptr ||
+        !::GetHandleInformation(reinterpret_cast<HANDLE>(::_get_osfhandle(::_fileno(file))), &flags) ||
+        (flags & HANDLE_FLAG_INHERIT) != 0)
+        ++inheritable;
+    return file;
+}
+
+TEST_F(CheckLogRotationTest, CompressesThroughFilesThatNoChildInherits)
+{
+    folder.write("default.log", kSeed);
+    const held_clock clock(kMarchSixth);
+    rotate_by(2, true);
+    const import_hook hook("_wfopen", &note_inheritance);
+    opened_wide = inheritable = 0;
+    add("new");
+    EXPECT_EQ(opened_wide, 2); // the plain file and the packed one
+    EXPECT_EQ(inheritable, 0);
 }
 
 TEST_F(CheckLogRotationTest, LosesNothingWhenAnotherProcessKeepsTheFileFromMoving)

@@ -35,6 +35,13 @@ TEST(CopyBounded, CutsWhatDoesNotFitAndTerminates)
     }
 }
 
+TEST(CopyBounded, TakesAViewOfNothing)
+{
+    char to[] = "x";
+    copy_bounded(to, sizeof to, split_zone("127.0.0.1").scope);
+    EXPECT_STREQ(to, "");
+}
+
 TEST(EscapePercent, DoublesEveryPercentSign)
 {
     EXPECT_EQ(escape_percent("fe80::1%12"), "fe80::1%%12");

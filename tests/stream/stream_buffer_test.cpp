@@ -70,11 +70,23 @@ TEST(OneCall, CarriesAtMostWhatThirtyTwoBitsCount)
     EXPECT_EQ(one_call(0x100000000ULL), 0xFFFFFFFFU);
 }
 
-TEST(BlockStore, MakesZeroFilledBlocksWithRoomForATerminator)
+TEST(BlockStore, MakesZeroFilledBlocksWithSlack)
 {
     block_store store;
     const char* const block = store.make(100);
-    EXPECT_EQ(std::string(block, 101), std::string(101, '\0'));
+    EXPECT_EQ(std::string(block, 100 + kSlackBytes), std::string(100 + kSlackBytes, '\0'));
+}
+
+TEST(BlockStore, MakesLargerBlocksOfAtLeastTwiceTheRoom)
+{
+    block_store store;
+    const char* const first = store.make(100);
+    EXPECT_TRUE(store.has_room(first, 100));
+    EXPECT_FALSE(store.has_room(first, 101));
+    const char* const second = store.make_larger(first, 101);
+    EXPECT_TRUE(store.has_room(second, 200));
+    EXPECT_FALSE(store.has_room(second, 201));
+    EXPECT_TRUE(store.has_room(store.make_larger(second, 1000), 1000));
 }
 
 TEST(BlockStore, KeepsARetiredBlockUntilToldThatItsOperationHasEnded)
