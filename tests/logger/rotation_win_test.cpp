@@ -229,6 +229,28 @@ TEST_F(CheckLogRotationTest, WaitsUntilTheRotatedNameIsFree)
     }
 }
 
+DWORD WINAPI refuse_to_look(LPCWSTR)
+{
+    ::SetLastError(ERROR_ACCESS_DENIED);
+    return INVALID_FILE_ATTRIBUTES;
+}
+
+TEST_F(CheckLogRotationTest, TakesANameThatCannotBeLookedUpForTaken)
+{
+    folder.write("default.log", kSeed);
+    const held_clock clock(kMarchSixth);
+    rotate_by(2);
+    {
+        const import_hook hook("GetFileAttributesW", &refuse_to_look);
+        add("into the old file");
+    }
+    EXPECT_TRUE(called_with.empty());
+    EXPECT_EQ(messages_of(log()), (std::vector<std::string>{"seed", "into the old file"}));
+    add("into the new file");
+    EXPECT_EQ(called_with.size(), 1u);
+    EXPECT_EQ(messages_of(log()), std::vector<std::string>{"into the new file"});
+}
+
 TEST_F(CheckLogRotationTest, WorksInAFolderThatNoCodePageCanName)
 {
     const std::string name = "\xE2\x82\xAC\xE6\x97\xA5\xE6\x9C\xAC";
@@ -295,16 +317,23 @@ TEST_F(CheckLogRotationTest, CompressesThroughFilesThatNoChildInherits)
 
 TEST_F(CheckLogRotationTest, LosesNothingWhenAnotherProcessKeepsTheFileFromMoving)
 {
-    folder.write("default.log", kSeed);
-    const held_clock clock(kMarchSixth);
-    rotate_by(2);
-    child holder("hold_file", {folder.text("default.log")});
-    holder.wait_for("held");
-    add("first");
-    add("second");
-    EXPECT_EQ(messages_of(log()), (std::vector<std::string>{"seed", "first", "second"}));
-    EXPECT_EQ(called_with, std::vector<std::string>{folder.text("1709683200.03.05.2024.default.log")});
-    EXPECT_EQ(names(), std::set<std::string>{"default.log"});
+    for (const bool compress : {false, true})
+    {
+        const std::string rotated =
+            std::string("1709683200.03.05.2024.default.log") + (compress ? ".gz" : "");
+        folder.write("default.log", kSeed);
+        const held_clock clock(kMarchSixth);
+        rotate_by(2, compress);
+        child holder("hold_file", {folder.text("default.log")});
+        holder.wait_for("held");
+        add("first");
+        add("second");
+        EXPECT_EQ(messages_of(log()), (std::vector<std::string>{"seed", "first", "second"}));
+        EXPECT_EQ(called_with, std::vector<std::string>{folder.text(rotated)});
+        EXPECT_FALSE(names().contains("1709683200.03.05.2024.default.log"));
+        called_with.clear();
+        destroy();
+    }
 }
 
 HANDLE WINAPI refuse_to_open(LPCWSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD, HANDLE)
