@@ -160,6 +160,7 @@ TEST(MergeEnvironmentWithBatFile, TellsABatchFileThatFailsFromNoShellAtAll)
     EXPECT_EQ(handle_count(), before);
 }
 
+// KEPT[merge-shell-twice]
 TEST(MergeEnvironmentWithBatFile, FallsBackToTheUsualShell)
 {
     const shell_variable unset(nullptr);
