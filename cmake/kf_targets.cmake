@@ -41,12 +41,13 @@ function(kf_test family)
   else()
     target_link_libraries(${family}_test PRIVATE kframework_portable)
   endif()
-  add_test(NAME ${name} COMMAND ${family}_test)
+  set(log ${CMAKE_BINARY_DIR}/test_logs/${name}.txt)
+  file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/test_logs)
+  add_test(NAME ${name} COMMAND ${CMAKE_SOURCE_DIR}/tools/run_test.sh ${log} ${CMAKE_CROSSCOMPILING_EMULATOR}
+                                $<TARGET_FILE:${family}_test>)
   set_tests_properties(
     ${name}
     PROPERTIES TIMEOUT 300
-               # A program that crashes under Wine may still end with 0.
-               FAIL_REGULAR_EXPRESSION "\\[  FAILED  \\];Unhandled exception"
                ENVIRONMENT
                "ASAN_OPTIONS=detect_stack_use_after_return=1;UBSAN_OPTIONS=print_stacktrace=1;TSAN_OPTIONS=halt_on_error=1")
 endfunction()
