@@ -116,8 +116,8 @@ KFRAMEWORK_API std::string GetModuleBasePath();
 
 /// Asks the system anew.
 ///
-/// @return  UTF-8 full path of the program's executable, never of this library;
-///          "" when it cannot be read.
+/// @return  UTF-8 full path of the program's executable, never of this library,
+///          at most 2,047 UTF-16 units of it; "" when it cannot be read.
 KFRAMEWORK_API std::string _GetModuleFullPath();
 
 /// @return  what stands before the last "\" of _GetModuleFullPath; "" without one.
@@ -171,6 +171,7 @@ KFRAMEWORK_API unsigned long long AtomicSubtract64(void* counter, long long n);
 // --- the host ----------------------------------------------------------------
 
 /// @return  the processor's model name without its speed, "Unknown" without a probe.
+///          Each pair of blanks has become one, once: four are then two.
 ///
 ///   "Model  CPU @ 3.40GHz"  =>  "Model CPU"
 KFRAMEWORK_API std::string GetPhysicalCoresType();
