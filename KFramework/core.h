@@ -216,11 +216,18 @@ KFRAMEWORK_API bool GetHostName(std::string& name);
 
 /// The system's release: the true one, whatever the program's manifest says.
 ///
-/// @return  a name from the table in the source, or "Undefined".
+/// @return  the first name below whose release is reached, or "Undefined".
 /// @kept platform-names: every name but "Undefined" ends in one blank, and Windows
 ///       7 SP 1 as a server is "Windows Server 2008 R3 ".
 ///
-///   Windows Server 2019  =>  "Windows Server 2016+ "
+///   version      workstation        server
+///   10.0         "Windows 10+ "     "Windows Server 2016+ "
+///   6.3          "Windows 8.1 "     "Windows Server 2012 R2 "
+///   6.2          "Windows 8 "       "Windows Server 2012 "
+///   6.1 SP 1     "Windows 7 SP 1 "  "Windows Server 2008 R3 "
+///   6.1          "Windows 7 "       "Windows Server 2008 R2 "
+///   6.0          "Windows Vista "   "Windows Server 2008 "
+///   5.1          "Windows XP "      "Windows Server 2003 "
 KFRAMEWORK_API std::string GetRunningPlatformString();
 
 /// @return  1: Windows.

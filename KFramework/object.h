@@ -73,7 +73,7 @@ public:
     void Retain();
 
     /// Takes one reference. With the last one the object goes to the collector,
-    /// which deletes it later; without a collector nothing happens.
+    /// which deletes it later; without a collector only the count changes.
     ///
     /// @kept over-release: releasing more than was retained wraps the count and
     ///       does nothing else; the object is neither queued nor deleted.
