@@ -42,7 +42,8 @@ KFRAMEWORK_API bool DeleteUniqueLock(void* handle, const char* name);
 namespace KFramework::KFileSystem
 {
 /// A listing of one folder. Set path, call a first function once and its next
-/// function until false, then EnumDirClose. One thread at a time.
+/// function until false, then EnumDirClose. One thread at a time; no listing
+/// function takes null.
 struct KDirectory
 {
     void* handle = reinterpret_cast<void*>(-1); ///< the open search; all bits set means none
@@ -135,10 +136,11 @@ KFRAMEWORK_API long long GetFileLastMod(const std::string& path);
 /// When a file was made, in seconds since 1970 UTC; -1 as GetFileSize.
 KFRAMEWORK_API long long GetFileCreation(const std::string& path);
 
-/// Moves or renames a file; an existing destination file is deleted first.
-/// Not atomic: another process can make the destination in between.
+/// Moves or renames a file or a folder. When both are files, an existing
+/// destination is deleted first; not atomic: another process can make the
+/// destination in between.
 ///
-/// @return  whether the file is now at destination. On false the source is
+/// @return  whether the source is now at destination. On false the source is
 ///          untouched; the destination may be gone. A destination that is a
 ///          folder, or is the source itself under another name, is never deleted.
 /// @kept    exactly-one: this function, CopyFileW and MakeDirectory take only a
@@ -169,7 +171,7 @@ KFRAMEWORK_API bool MakeDirectory(const std::string& path, bool recursive);
 
 /// Opens a listing and goes to its first accepted entry.
 ///
-/// @param directory           with path set; not null. A listing it already has open is lost.
+/// @param directory           with path set. A listing it already has open is lost.
 /// @param exeOnly             list only names that end in ".exe".
 /// @param includeDirectories  accept folders.
 /// @param includeHidden       accept entries with the hidden attribute.
@@ -184,7 +186,7 @@ KFRAMEWORK_API bool EnumDirFirstFile(KDirectory* directory, bool exeOnly, bool i
 
 /// Goes on to the next accepted entry, with the flags of the first call.
 ///
-/// @return  false at the end of the folder.
+/// @return  false at the end of the folder, and when no listing is open.
 /// @kept    pattern-fixed-when-opened: exeOnly is not looked at any more.
 /// @kept    search-stays-open: the end of the folder does not close the listing.
 KFRAMEWORK_API bool EnumDirNextFile(KDirectory* directory, bool exeOnly, bool includeDirectories,
@@ -195,7 +197,7 @@ KFRAMEWORK_API bool EnumDirNextFile(KDirectory* directory, bool exeOnly, bool in
 /// @kept    dot-folders-listed: ".", ".." and hidden folders are listed too.
 KFRAMEWORK_API bool EnumDirGetFirstDir(KDirectory* directory);
 
-/// Goes on to the next folder. False when there is none left.
+/// Goes on to the next folder. False when there is none left or no listing is open.
 KFRAMEWORK_API bool EnumDirGetNextDir(KDirectory* directory);
 
 /// Closes a listing.
@@ -212,7 +214,8 @@ KFRAMEWORK_API bool EnumDirClose(KDirectory* directory);
 ///
 /// @param path        the file, with or without folders; either separator.
 /// @param useHashes   "####", else "%4d".
-/// @param firstFrame  receives the file's frame number.
+/// @param firstFrame  receives the file's frame number; of a run that an int cannot
+///                    hold, whatever the C runtime's atoi makes.
 /// @return  the mask; the path unchanged when it has no such run.
 /// @kept    frame-untouched: firstFrame keeps its value when there is no run.
 /// @kept    leading-digits-no-frame: digits that begin the whole path are no run.
@@ -267,8 +270,9 @@ KFRAMEWORK_API std::string GetLayerFolderFromPath(const std::string& path);
 ///
 /// @param sourcePath, destinationPath  in the process's code page; null counts as a
 ///                                     file that cannot be opened.
-/// @return  false when a file cannot be opened, read or written; the
-///          destination keeps what was written so far.
+/// @return  false when a file cannot be opened, read or written or memory runs
+///          out; the destination keeps what was written so far. Standard error
+///          gets "zlib: " and the reason, but nothing when a file cannot be opened.
 /// @kept    narrow-gzip-paths: paths go to the C runtime as they are here and in
 ///          the two functions below.
 /// @kept    destination-cut-first: the destination is emptied even when the
@@ -281,6 +285,7 @@ KFRAMEWORK_API bool CompressFile(const char* sourcePath, const char* destination
 /// Decompresses a gzip file; as CompressFile otherwise. The size of the result
 /// has no limit.
 ///
+/// @return  false also when the source is no gzip file, is damaged or ends early.
 /// @kept    first-member-only: what follows the first member of the file is not
 ///          looked at.
 KFRAMEWORK_API bool UncompressFile(const char* sourcePath, const char* destinationPath);
@@ -288,8 +293,9 @@ KFRAMEWORK_API bool UncompressFile(const char* sourcePath, const char* destinati
 /// Decompresses a gzip file into a text of less than 2 GiB, by way of a
 /// temporary file. Writes no diagnostic.
 ///
-/// @param text  receives the content; untouched when the source or the temporary
-///              file cannot be opened or read back.
+/// @param sourcePath  in the process's code page; null counts as a file that cannot be opened.
+/// @param text        receives the content; untouched when the source or the
+///                    temporary file cannot be opened or read back.
 /// @return  whether the whole first member was decompressed.
 /// @kept    text-set-on-failure: a stream that is damaged or ends early gives
 ///          false and the text up to there.

@@ -3,8 +3,6 @@
 #include "KFramework/platform/windows_win.h"
 #include "KFramework/string.h"
 
-#include <utility>
-
 namespace KFramework::KFileSystem
 {
 namespace
@@ -43,6 +41,15 @@ bool take_if_accepted(KDirectory& directory, WIN32_FIND_DATAW& found, const entr
     return filter.accepts(
         {directory.isDirectory, (found.dwFileAttributes & FILE_ATTRIBUTE_HIDDEN) != 0, directory.name});
 }
+
+/// A listing that is closed on every way out.
+struct closing_listing : KDirectory
+{
+    closing_listing() = default;
+    closing_listing(const closing_listing&) = delete;
+    closing_listing& operator=(const closing_listing&) = delete;
+    ~closing_listing() { EnumDirClose(this); }
+};
 } // namespace
 
 bool EnumDirFirstFile(KDirectory* directory, bool exeOnly, bool includeDirectories, bool includeHidden,
@@ -109,21 +116,16 @@ std::string GetFirstFileWithPrefix(const std::string& pathAndPrefix)
     if (GetFileFromPath(wanted).empty())
         return {};
 
-    KDirectory directory;
+    closing_listing directory;
     directory.path = GetFilePath(wanted); // KEPT[prefix-without-folder]: "pre" lists the folder "pre".
-    std::string first;
     // KEPT[first-in-folder-order]: the platform's order and the exact bytes decide.
     for (bool more = EnumDirFirstFile(&directory, false, false, true, true); more;
          more = EnumDirNextFile(&directory, false, false, true, true))
     {
         std::string candidate = directory.path + "\\" + directory.name;
         if (candidate.starts_with(wanted))
-        {
-            first = std::move(candidate);
-            break;
-        }
+            return candidate;
     }
-    EnumDirClose(&directory);
-    return first;
+    return {};
 }
 } // namespace KFramework::KFileSystem

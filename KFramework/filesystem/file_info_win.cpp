@@ -22,9 +22,7 @@ std::optional<DWORD> attributes(const std::string& path)
 /// KEPT[narrow-stat]: the path goes to the runtime in its own code page.
 std::optional<struct _stat64> narrow_stat(const std::string& path)
 {
-    struct _stat64 facts
-    {
-    };
+    struct _stat64 facts = {};
     if (::_stat64(path.c_str(), &facts) != 0)
         return std::nullopt;
     return facts;

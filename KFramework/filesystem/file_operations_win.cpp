@@ -19,6 +19,8 @@ kf::platform::unique_file open_for_identity(const std::wstring& path)
 /// Whether both paths lead to one file: deleting the one would destroy the other.
 bool is_same_file(const std::wstring& a, const std::wstring& b)
 {
+    if (a == b)
+        return true; // known even where no identity can be read
     const auto file_a = open_for_identity(a);
     const auto file_b = open_for_identity(b);
     BY_HANDLE_FILE_INFORMATION facts_a{};

@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <new>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -15,7 +14,7 @@ namespace kf::filesystem
 {
 namespace
 {
-constexpr std::size_t kWriteBytes = std::size_t{1} << 20;
+constexpr std::size_t kWriteBytes = std::size_t{1} << 20; // the runtime may count one call in 32 bits
 
 using stream_function = stream_result (*)(std::FILE*, std::FILE*);
 
@@ -95,11 +94,6 @@ bool compress_between(c_file source, c_file destination)
 {
     return run_between(&deflate_stream, std::move(source), std::move(destination));
 }
-
-bool uncompress_between(c_file source, c_file destination)
-{
-    return run_between(&inflate_stream, std::move(source), std::move(destination));
-}
 } // namespace kf::filesystem
 
 namespace KFramework::KFileSystem
@@ -119,7 +113,7 @@ bool UncompressFile(const char* sourcePath, const char* destinationPath)
     c_file source = open_narrow(sourcePath, "rb");
     // KEPT[destination-cut-first]
     c_file destination = open_narrow(destinationPath, "wb");
-    return uncompress_between(std::move(source), std::move(destination));
+    return run_between(&inflate_stream, std::move(source), std::move(destination));
 }
 
 bool UncompressFileToText(const char* sourcePath, std::string& text)

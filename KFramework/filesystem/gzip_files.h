@@ -1,5 +1,5 @@
 #pragma once
-/// Whole files around the gzip streams: what the exported functions and log rotation share.
+/// Whole files around the gzip streams: what CompressFile and log rotation share.
 
 #include "KFramework/filesystem/c_file.h"
 
@@ -10,7 +10,4 @@ namespace kf::filesystem
 /// @param source, destination  open in binary; either may be none, then nothing is read, written or reported.
 /// @return  whether everything reached destination.
 bool compress_between(c_file source, c_file destination);
-
-/// The same the other way round, for the first member only.
-bool uncompress_between(c_file source, c_file destination);
 } // namespace kf::filesystem

@@ -5,30 +5,15 @@
 #include "KFramework/filesystem.h"
 #include "KFramework/platform/windows_win.h"
 #include "KFramework/string.h"
+#include "tests/support/private_memory_win.h"
 
 #include <algorithm>
 #include <cstdio>
 
-namespace
-{
-/// Everything private that this process has committed.
-std::size_t private_bytes()
-{
-    std::size_t total = 0;
-    MEMORY_BASIC_INFORMATION region;
-    for (const char* address = nullptr; ::VirtualQuery(address, &region, sizeof region) != 0;
-         address = static_cast<const char*>(region.BaseAddress) + region.RegionSize)
-    {
-        if (region.State == MEM_COMMIT && region.Type == MEM_PRIVATE)
-            total += region.RegionSize;
-    }
-    return total;
-}
-} // namespace
-
 int wmain(int count, wchar_t** arguments)
 {
     namespace fs = KFramework::KFileSystem;
+    using kf::test::private_bytes;
     if (count < 2)
         return 1;
     fs::KDirectory directory;

@@ -8,6 +8,7 @@
 #include "KFramework/filesystem.h"
 #include "KFramework/platform/windows_win.h"
 #include "tests/support/import_hook_win.h"
+#include "tests/support/private_memory_win.h"
 #include "tests/support/temporary_folder.h"
 
 namespace fs = KFramework::KFileSystem;
@@ -15,6 +16,7 @@ namespace fs = KFramework::KFileSystem;
 namespace
 {
 using kf::test::import_hook;
+using kf::test::private_bytes;
 using kf::test::temporary_folder;
 using names = std::multiset<std::string>;
 
@@ -126,20 +128,6 @@ BOOL WINAPI find_endless(HANDLE /*handle*/, WIN32_FIND_DATAW* found)
     found->dwFileAttributes = FILE_ATTRIBUTE_NORMAL;
     std::wcscpy(found->cFileName, L".an entry whose name takes memory of its own");
     return TRUE;
-}
-
-/// Everything private that this process has committed.
-std::size_t private_bytes()
-{
-    std::size_t total = 0;
-    MEMORY_BASIC_INFORMATION region;
-    for (const char* address = nullptr; ::VirtualQuery(address, &region, sizeof region) != 0;
-         address = static_cast<const char*>(region.BaseAddress) + region.RegionSize)
-    {
-        if (region.State == MEM_COMMIT && region.Type == MEM_PRIVATE)
-            total += region.RegionSize;
-    }
-    return total;
 }
 
 /// The library lists the entries of fake for as long as this lives.

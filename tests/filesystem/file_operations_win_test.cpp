@@ -24,6 +24,16 @@ BOOL WINAPI count_deletion(const wchar_t* /*path*/)
     return FALSE;
 }
 
+BOOL WINAPI two_for_deletion(const wchar_t* /*path*/)
+{
+    return 2;
+}
+
+BOOL WINAPI no_identity(HANDLE /*file*/, BY_HANDLE_FILE_INFORMATION* /*facts*/)
+{
+    return FALSE;
+}
+
 BOOL WINAPI two_for_move(const wchar_t* /*from*/, const wchar_t* /*to*/)
 {
     return 2;
@@ -73,6 +83,15 @@ TEST(MvFile, ReplacesAnExistingFile)
     EXPECT_TRUE(fs::MvFile(folder.text("from"), folder.text("to")));
     EXPECT_FALSE(fs::CheckFile(folder.text("from")));
     EXPECT_EQ(folder.read("to"), "new");
+}
+
+TEST(MvFile, MovesAFolder)
+{
+    const temporary_folder folder;
+    ASSERT_TRUE(fs::MakeDirectory(folder.text("from"), false));
+    folder.write("from/file", "content");
+    EXPECT_TRUE(fs::MvFile(folder.text("from"), folder.text("to")));
+    EXPECT_EQ(folder.read("to/file"), "content");
 }
 
 TEST(MvFile, LeavesTheDestinationWithoutASource)
@@ -129,6 +148,18 @@ TEST(MvFile, ChangesTheCaseOfAName)
     EXPECT_EQ(folder.read("NAME"), "content");
 }
 
+TEST(MvFile, DoesNotDeleteItsSourceWhereNoIdentityCanBeRead)
+{
+    const temporary_folder folder;
+    folder.write("same", "content");
+    folder.write("other", "new");
+    const import_hook hook("GetFileInformationByHandle", &no_identity);
+    fs::MvFile(folder.text("same"), folder.text("same"));
+    EXPECT_EQ(folder.read("same"), "content");
+    EXPECT_TRUE(fs::MvFile(folder.text("other"), folder.text("same"))); // two names are two files there
+    EXPECT_EQ(folder.read("same"), "new");
+}
+
 TEST(MvFile, DeletesNeitherNameOfAHardLinkedFile)
 {
     const temporary_folder folder;
@@ -163,6 +194,29 @@ TEST(CopyFileW, ReplacesAnExistingFile)
     folder.write("from", "new");
     folder.write("to", "old and longer");
     EXPECT_TRUE(fs::CopyFileW(folder.text("from"), folder.text("to")));
+    EXPECT_EQ(folder.read("to"), "new");
+}
+
+TEST(CopyFileW, DeletesTheDestinationInsteadOfWritingIntoIt)
+{
+    const temporary_folder folder;
+    folder.write("from", "new");
+    folder.write("to", "old");
+    ASSERT_TRUE(::CreateHardLinkW(folder.entry("link").c_str(), folder.entry("to").c_str(), nullptr));
+    EXPECT_TRUE(fs::CopyFileW(folder.text("from"), folder.text("to")));
+    EXPECT_EQ(folder.read("to"), "new");
+    EXPECT_EQ(folder.read("link"), "old");
+}
+
+TEST(CopyFileW, GoesOnWhenTheDestinationCannotBeDeleted)
+{
+    const temporary_folder folder;
+    folder.write("from", "new");
+    folder.write("to", "old");
+    const import_hook hook("DeleteFileW", &count_deletion);
+    deletions = 0;
+    EXPECT_TRUE(fs::CopyFileW(folder.text("from"), folder.text("to")));
+    EXPECT_EQ(deletions, 1);
     EXPECT_EQ(folder.read("to"), "new");
 }
 
@@ -224,6 +278,12 @@ TEST(RemoveFile, RemovesAFileAndNothingElse)
     EXPECT_FALSE(fs::RemoveFile(folder.text("file")));
     EXPECT_FALSE(fs::RemoveFile(folder.text()));
     EXPECT_TRUE(fs::CheckDirectory(folder.text()));
+}
+
+TEST(RemoveFile, TakesAnyTruePlatformResultForSuccess)
+{
+    const import_hook hook("DeleteFileW", &two_for_deletion);
+    EXPECT_TRUE(fs::RemoveFile("any"));
 }
 
 // KEPT[existing-folder-is-false]

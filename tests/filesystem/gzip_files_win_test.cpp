@@ -1,5 +1,6 @@
 /// The gzip functions when calls of the C runtime fail underneath them.
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -52,6 +53,21 @@ std::size_t failing_write(const void* data, std::size_t size, std::size_t count,
 std::size_t short_write(const void* data, std::size_t size, std::size_t count, std::FILE* file)
 {
     return std::fwrite(data, size, count > 0 && fails_now() ? count - 1 : count, file);
+}
+
+std::size_t largest_read = 0;
+std::size_t largest_write = 0;
+
+std::size_t measured_read(void* data, std::size_t size, std::size_t count, std::FILE* file)
+{
+    largest_read = std::max(largest_read, size * count);
+    return std::fread(data, size, count, file);
+}
+
+std::size_t measured_write(const void* data, std::size_t size, std::size_t count, std::FILE* file)
+{
+    largest_write = std::max(largest_write, size * count);
+    return std::fwrite(data, size, count, file);
 }
 
 int failing_flush(std::FILE* file)
@@ -154,10 +170,25 @@ protected:
     std::string text = "old";
 };
 
+using GzipPieces = GzipFailures;
 using CompressFileFailing = GzipFailures;
 using UncompressFileFailing = GzipFailures;
 using UncompressToTextFailing = GzipFailures;
 } // namespace
+
+TEST_F(GzipPieces, AreOf16384BytesInBothDirections)
+{
+    folder.write("packed", gzip_member(lines(100000))); // a piece of it inflates to several
+    const import_hook read("fread", &measured_read);
+    const import_hook write("fwrite", &measured_write);
+    for (const bool packing : {true, false})
+    {
+        largest_read = largest_write = 0;
+        EXPECT_TRUE(packing ? compress() : uncompress());
+        EXPECT_EQ(largest_read, 16384u);
+        EXPECT_EQ(largest_write, 16384u);
+    }
+}
 
 TEST_F(CompressFileFailing, ReportsEveryReadAndWriteWithThePrefixAlone)
 {

@@ -57,12 +57,22 @@ HANDLE WINAPI note_mutex_with_error(SECURITY_ATTRIBUTES* /*security*/, BOOL /*ow
 
 OSVERSIONINFOEXW version_asked;
 DWORD version_kinds = 0;
+DWORDLONG version_comparison = 0;
 
-BOOL WINAPI older_version(OSVERSIONINFOEXW* wanted, DWORD kinds, DWORDLONG /*comparison*/)
+BOOL WINAPI older_version(OSVERSIONINFOEXW* wanted, DWORD kinds, DWORDLONG comparison)
 {
     version_asked = *wanted;
     version_kinds = kinds;
+    version_comparison = comparison;
     return FALSE;
+}
+
+/// Whether a unique lock's mutex exists, anybody's.
+bool is_taken(const std::string& name)
+{
+    const std::string full_name = "Global\\" + name;
+    return static_cast<bool>(unique_handle(
+        ::OpenMutexW(SYNCHRONIZE, FALSE, std::wstring(full_name.begin(), full_name.end()).c_str())));
 }
 } // namespace
 
@@ -85,6 +95,10 @@ TEST(CreateUniqueLock, LeavesOutTheSessionPrefixBeforeVersionFive)
     EXPECT_EQ(version_asked.dwMinorVersion, 0u);
     EXPECT_EQ(version_asked.wServicePackMajor, 0u);
     EXPECT_EQ(version_kinds, DWORD{VER_MAJORVERSION | VER_MINORVERSION | VER_SERVICEPACKMAJOR});
+    DWORDLONG at_least = 0;
+    for (const DWORD kind : {VER_MAJORVERSION, VER_MINORVERSION, VER_SERVICEPACKMAJOR})
+        at_least = ::VerSetConditionMask(at_least, kind, VER_GREATER_EQUAL);
+    EXPECT_EQ(version_comparison, at_least);
 }
 
 TEST(CreateUniqueLock, DoesNotTakeAnOlderErrorForItsOwn)
@@ -138,9 +152,12 @@ TEST(CreateUniqueLock, GetsTheNameOfAHolderThatWasKilled)
     const std::string name = own_name("killed");
     lock_holder holder(name);
     ASSERT_EQ(holder.says(), "held");
+    EXPECT_TRUE(is_taken(name));
     holder.kill();
-    void* lock = nullptr;
-    EXPECT_TRUE(kf::test::wait_until([&] { return (lock = CreateUniqueLock(name.c_str())) != nullptr; }));
+    // Not by trying to lock: one refusal would keep the name taken for good.
+    EXPECT_TRUE(kf::test::wait_until([&] { return !is_taken(name); }));
+    void* const lock = CreateUniqueLock(name.c_str());
+    EXPECT_NE(lock, nullptr);
     EXPECT_TRUE(DeleteUniqueLock(lock, name.c_str()));
 }
 
