@@ -113,12 +113,13 @@ KFRAMEWORK_API void SetLoggerRotationCompress(CKLoggerInstance* logger, bool com
 /// @kept    callback-result: what the function returns, if it returns anything, is ignored.
 KFRAMEWORK_API void SetLoggerRotationCallback(CKLoggerInstance* logger, void* callback);
 
-/// Starts or stops writing in the background.
+/// Starts or stops writing in the background. Nothing changes when it is so already.
 ///
 /// Detached, AddLogEntry only queues its line; it waits when 256 lines are pending until all of them are written.
 /// When the thread cannot be started the logger goes on writing directly.
 ///
-/// @threads any; of two that stop at once the second returns before the writer has ended.
+/// @threads any that holds neither mutex of the logger; of two that stop at once the second returns before the
+///          writer has ended.
 /// @kept    stop-leaves-lines: stopping does not write what is still queued; it stays in pendingLines until the
 ///          next start. Call FlushDetachedThread first.
 KFRAMEWORK_API void SetLoggerDetachedStatus(CKLoggerInstance* logger, bool detached);
@@ -133,8 +134,9 @@ KFRAMEWORK_API void SetLoggerDetachedStatus(CKLoggerInstance* logger, bool detac
 /// @param logger  null: see no-logger. Works before InitializeLibrary only then.
 /// @param level   written when it is at most the logger's level; nothing is formatted otherwise.
 /// @param module  name of the class or namespace that reports; any length, not null.
-/// @param format  printf's, not null.
-/// @threads any. Lines are whole and each thread's stay in order.
+/// @param format  printf's, not null; one that cannot be expanded gives an empty message.
+/// @threads any that holds neither mutex of the logger, but see SetLoggerRotationCallback. Lines are whole and each
+///          thread's stay in order.
 /// @kept    severe-tag: every level other than 2, 3 and 4 is tagged SEVR, 0 and 7 too.
 /// @kept    signed-level: levels are compared with their sign, so 0 and negative levels are written by any logger.
 /// @kept    month-first: the month stands before the day.
@@ -148,8 +150,8 @@ KFRAMEWORK_API void AddLogEntry(CKLoggerInstance* logger, int level, const char*
 /// Moves the log aside when its period is over, as every write to the file does first.
 ///
 /// The rotated file is "folder\T.suffix.file", T being the server time in seconds; with compression ".gz" follows.
-/// A name that exists is never overwritten: the log then goes on in its file until the name is free. When the file
-/// cannot be moved, lines go on into it too.
+/// A name that exists, or cannot be looked up, is never overwritten: the log then goes on in its file until the name
+/// is free. When the file cannot be moved, lines go on into it too, and the callback is called all the same.
 ///
 ///   hourly 10.15.2024.07   daily 10.15.2024   monthly 10.2024   =>  1728975600.10.15.2024.default.log
 ///
@@ -161,9 +163,10 @@ KFRAMEWORK_API void AddLogEntry(CKLoggerInstance* logger, int level, const char*
 ///          not call UpdateServerTime rotates at odd times or never.
 KFRAMEWORK_API void CheckLogRotation(CKLoggerInstance* logger);
 
-/// Waits until every line queued before the call is written; returns at once when the logger is not detached.
+/// Waits until every line queued before the call is written, or another thread has stopped the background writer;
+/// returns at once when the logger is not detached.
 ///
-/// @threads any.
+/// @threads any that holds neither mutex of the logger.
 KFRAMEWORK_API void FlushDetachedThread(CKLoggerInstance* logger);
 
 /// Writes what a detached logger has queued, ends its thread, closes the file and releases what CreateLogger made.

@@ -232,11 +232,9 @@ enum kSocketIOEvent : std::uint32_t
 /// @threads  isMarked, Mark and Unmark: any, at once. The rest: by whoever owns the operation.
 struct KFRAMEWORK_API CKSocketOverlappedStruct
 {
-    /// Cleared, unmarked.
+    // Cleared and unmarked; without an argument the event is left unset. Copies take all fields as they stand.
     explicit CKSocketOverlappedStruct(kSocketIOEvent event);
-    /// Cleared, unmarked; the event is left unset.
     CKSocketOverlappedStruct();
-    // Copies and moves take all three fields as they stand.
     CKSocketOverlappedStruct(const CKSocketOverlappedStruct& other);
     CKSocketOverlappedStruct(CKSocketOverlappedStruct&& other) noexcept;
     CKSocketOverlappedStruct& operator=(const CKSocketOverlappedStruct& other);
@@ -290,10 +288,9 @@ public:
 
     // Connection.
 
-    /// Connects by name or numeric address; a socket still held is closed first. Blocks.
-    ///
-    /// The first address found decides: IPv4, or else a dual-stack IPv6 socket. The socket is left in blocking mode
-    /// and is not inherited by child processes. Failures print one line each to standard error.
+    /// Connects by name or numeric address; a socket still held is closed first. Blocks. The first address found
+    /// decides: IPv4, or else a dual-stack IPv6 socket, which is left in blocking mode and is not inherited by child
+    /// processes. Failures print one line each to standard error.
     ///
     /// @param host  UTF-8; becomes the peer's numeric address (GetSocketHost).
     /// @param port  1 to 65535.
@@ -308,14 +305,12 @@ public:
     /// Forgets the socket without closing it; it is the caller's again.
     void UnbindSocket();
 
-    /// Assigns the socket to a completion port; the key of its completions is the stream's address.
-    ///
-    /// From then on AddMessage starts sends. On failure one line is logged at level 1 and the stream has no port.
+    /// Assigns the socket to a completion port; the key of its completions is the stream's address. From then on
+    /// AddMessage starts sends. On failure one line is logged at level 1 and the stream has no port.
     void RegisterCompletionPort(void* port);
 
-    /// Posts one receive and marks the read event; the host calls it again after each completion.
-    ///
-    /// A failure to post is logged at level 4 (resets and aborts are not), unmarks and shuts down.
+    /// Posts one receive and marks the read event; the host calls it again after each completion. A failure to post
+    /// is logged at level 4 (resets and aborts are not), unmarks and shuts down.
     ///
     /// @kept  double-receive: with a receive outstanding the double event is logged and a second one posted.
     /// @kept  port-growth-counts-twice: with fewer than 4,097 bytes free the buffer must grow, for which capacity +
@@ -358,10 +353,9 @@ public:
     void SetDisconnected(bool disconnected);
     bool IsDisconnected();
 
-    /// Writes received bytes to a text file from now on (docs/trace-file.md), or stops.
-    ///
-    /// The file is folder + host + "#" + port and is emptied; without SetTraceFolder it lies in "net-traces" beside
-    /// the program. A file that cannot be opened, or a host that holds a path separator, gives no trace and no error.
+    /// Writes received bytes to a text file from now on (docs/trace-file.md), or stops. The file is folder + host +
+    /// "#" + port and is emptied; without SetTraceFolder it lies in "net-traces" beside the program. A file that cannot
+    /// be opened, or a host that holds a path separator, gives no trace and no error.
     ///
     /// @kept  trace-handle-stays: switched off, the closed file's handle stays in traceFile; it is not closed again.
     void SetTrace(bool on);
@@ -380,7 +374,8 @@ public:
     ///          shuts down.
     /// @kept  send-limit-at-growth: the maximum is looked at only when the buffer must grow.
     /// @kept  quiet-overflow: a quiet overflow drops the message, logs nothing and keeps the connection.
-    bool AddMessage(const unsigned int& command, const char* text, unsigned int parameter, bool quiet, bool force);
+    bool AddMessage(const unsigned int& command, const char* text, unsigned int parameter, bool quiet,
+                    bool force);
 
     /// Takes one message out of the receive buffer.
     ///
@@ -441,11 +436,10 @@ public:
     void SetBufferCheck(bool check);
 
     /// How full the buffers are, extra bytes included, in percent of their maximums; may exceed 100.
-    void GetBuffersUsage(unsigned long long extraIncoming, unsigned long long extraOutgoing, double& incomingPercent,
-                         double& outgoingPercent);
+    void GetBuffersUsage(unsigned long long extraIncoming, unsigned long long extraOutgoing,
+                         double& incomingPercent, double& outgoingPercent);
 
-    /// Counters that the stream adds to atomically; several streams may share them. They stay the caller's; null for
-    /// none.
+    /// Counters that the stream adds to atomically; streams may share them. They stay the caller's; null for none.
     void RegisterCounters(unsigned long long* sent, unsigned long long* received);
 
     /// Counts bytes that a receive has put behind the fill.
@@ -475,13 +469,13 @@ public:
     SOCKET GetSocket();          ///< INVALID_SOCKET for none
 
     // Fields, in the order that hosts rely on. Sizes, fills and capacities are bytes.
-    char* sendBuffer;                         // guarded by the write lock
-    char* receiveBuffer;                      // guarded by the read lock
-    unsigned long long receiveFill;           // guarded by the read lock
-    unsigned long long sendFill;              // guarded by the write lock
-    unsigned long long receiveCapacity;       // guarded by the read lock
-    unsigned long long sendCapacity;          // guarded by the write lock
-    long long lastHeartbeat;                  // seconds of server time
+    char* sendBuffer;                   // guarded by the write lock
+    char* receiveBuffer;                // guarded by the read lock
+    unsigned long long receiveFill;     // guarded by the read lock
+    unsigned long long sendFill;        // guarded by the write lock
+    unsigned long long receiveCapacity; // guarded by the read lock
+    unsigned long long sendCapacity;    // guarded by the write lock
+    long long lastHeartbeat;            // seconds of server time
     unsigned long long maximumReceiveSize;
     unsigned long long maximumSendSize;
     bool bufferCheck;

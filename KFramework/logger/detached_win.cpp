@@ -54,9 +54,8 @@ void start_writer(CKLoggerInstance& logger)
     KThreadObject* const thread = SpawnThread(&writer_routine, &logger);
     if (thread->threadHandle == nullptr)
     {
-        JoinThread(thread, 0,
-                   nullptr); // no thread: the logger stays direct, and the join only frees the record
-        return;
+        JoinThread(thread, 0, nullptr); // only frees the record
+        return;                         // and the logger stays direct
     }
     logger.writerThread = thread;
     logger.hidden->writer.running = true;

@@ -26,7 +26,17 @@ public:
     bool exists(const std::string& path) override
     {
         const std::wstring wide = KFramework::KStringHelper::Utf8StringToWideString(path);
-        return ::GetFileAttributesW(wide.c_str()) != INVALID_FILE_ATTRIBUTES; // a folder is in the way too
+        if (::GetFileAttributesW(wide.c_str()) != INVALID_FILE_ATTRIBUTES)
+            return true; // a folder is in the way too
+        switch (::GetLastError())
+        {
+        case ERROR_FILE_NOT_FOUND:
+        case ERROR_PATH_NOT_FOUND:
+        case ERROR_INVALID_NAME:
+            return false;
+        default:
+            return true; // what cannot be looked at may be there, and moving would destroy it
+        }
     }
 
     void close_log() override

@@ -28,8 +28,8 @@ int wmain(int count, wchar_t** arguments)
     CreateLogger(&log_file, 3, 2 | 4); // up to EXTD, to the console and to the file
     SetLoggerRotation(&log_file, 2);   // daily
     SetLoggerRotationCompress(&log_file, true);
-    SetLoggerRotationCallback(&log_file,
-                              reinterpret_cast<void*>(&on_rotation)); // after CreateLogger, which clears it
+    // After CreateLogger, which clears it.
+    SetLoggerRotationCallback(&log_file, reinterpret_cast<void*>(&on_rotation));
     SetLoggerDetachedStatus(&log_file, true);
     SetDefaultLogger(&log_file); // the library's own entries go here too
 

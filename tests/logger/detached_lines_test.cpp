@@ -16,6 +16,7 @@ namespace
 {
 using namespace kf::logger;
 using namespace KFramework::KProcesses;
+using kf::test::kDeadline;
 using kf::test::wait_until;
 
 class collecting_port final : public writer_port
@@ -147,6 +148,35 @@ TEST_F(DetachedLinesTest, WakesTheWriterInsteadOfSufferingItsPause)
         wait_until_drained(logger);
     const auto taken = std::chrono::steady_clock::now() - begin;
     EXPECT_LT(taken, std::chrono::milliseconds(100 * kIdlePauseMs / 2));
+}
+
+TEST_F(DetachedLinesTest, TakesTwoHundredAndFiftySixLinesAndMakesTheNextCallerWait)
+{
+    logger.hidden->writer.running = true; // not yet: the queue only fills
+    std::thread producer(
+        [this]
+        {
+            for (int i = 0; i < 257; ++i)
+                EXPECT_TRUE(queue(std::to_string(i)));
+        });
+    EXPECT_TRUE(wait_until([this] { return waiters() == 1; }));
+    EXPECT_EQ(pending(), 256u);
+    start();
+    producer.join();
+    wait_until_drained(logger);
+    EXPECT_EQ(port.written, 257u);
+}
+
+TEST_F(DetachedLinesTest, SignalsTheFlushConditionalInEveryIdlePass)
+{
+    start();
+    for (int i = 0; i < 3; ++i)
+    {
+        // A host may wait on the public conditional by itself: it is not counted as a waiter.
+        const mutex_lock lock(logger.queueMutex);
+        EXPECT_TRUE(WaitTimedConditional(logger.flushConditional,
+                                         static_cast<int>(std::chrono::milliseconds(kDeadline).count())));
+    }
 }
 
 TEST_F(DetachedLinesTest, BlocksAtTheBoundUntilTheQueueIsDrained)

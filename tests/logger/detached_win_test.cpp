@@ -59,6 +59,7 @@ protected:
     }
 };
 using FlushDetachedThreadTest = SetLoggerDetachedStatusTest;
+using DestroyLoggerDetachedTest = SetLoggerDetachedStatusTest;
 
 TEST_F(SetLoggerDetachedStatusTest, StartsOneThreadHoweverOftenItIsAsked)
 {
@@ -197,7 +198,7 @@ TEST_F(SetLoggerDetachedStatusTest, LeavesQueuedLinesInTheQueueAndWritesThemAfte
 }
 
 // KEPT[destroy-leaves-lines]
-TEST_F(SetLoggerDetachedStatusTest, LeavesThemUnwrittenWhenTheLoggerIsDestroyed)
+TEST_F(DestroyLoggerDetachedTest, LeavesLinesUnwrittenThatAreQueuedWithoutAWriter)
 {
     create(kInfo, kFile);
     ASSERT_TRUE(leave_one_line(logger));
@@ -235,7 +236,53 @@ TEST_F(SetLoggerDetachedStatusTest, AccountsForEveryLineWhenItStopsUnderAFlood)
     EXPECT_EQ(lines_of(log()).size(), static_cast<std::size_t>(kThreads * kLines));
 }
 
-TEST_F(SetLoggerDetachedStatusTest, JoinsItsThreadOnceWhenTwoStopAtOnce)
+using wait_for_object = DWORD WINAPI(HANDLE, DWORD);
+
+CKLoggerInstance* stopped_logger = nullptr;
+void* writer_handle = nullptr;
+wait_for_object* real_wait = nullptr;
+std::atomic<int> joins{0};
+std::atomic<bool> second_returned{false};
+
+/// Lets a second thread stop the logger while the first is about to wait for the writer. A second wait for the same
+/// thread is answered with a time-out, so that the record is not freed twice.
+DWORD WINAPI stop_again_while_joining(HANDLE handle, DWORD milliseconds)
+{
+    if (handle != writer_handle)
+        return real_wait(handle, milliseconds);
+    if (++joins > 1)
+        return WAIT_TIMEOUT;
+    std::thread second(
+        []
+        {
+            SetLoggerDetachedStatus(stopped_logger, false);
+            second_returned = true;
+        });
+    EXPECT_TRUE(wait_until([] { return second_returned.load(); })) << "the write mutex is held by the join";
+    second.join();
+    return real_wait(handle, milliseconds);
+}
+
+TEST_F(SetLoggerDetachedStatusTest, LeavesTheJoinToTheFirstOfTwoThatStopAtOnce)
+{
+    create(kInfo, kFile);
+    SetLoggerDetachedStatus(&logger, true);
+    stopped_logger = &logger;
+    writer_handle = logger.writerThread->threadHandle;
+    joins = 0;
+    second_returned = false;
+    {
+        const import_hook hook("WaitForSingleObject", &stop_again_while_joining);
+        real_wait = hook.original();
+        SetLoggerDetachedStatus(&logger, false);
+    }
+    EXPECT_EQ(joins, 1);
+    EXPECT_TRUE(second_returned);
+    EXPECT_FALSE(logger.detached);
+    EXPECT_EQ(logger.writerThread, nullptr);
+}
+
+TEST_F(SetLoggerDetachedStatusTest, LeaksNothingWhenTwoStopAtOnce)
 {
     create(kInfo, kFile);
     const auto round = [this]
@@ -321,7 +368,7 @@ TEST_F(FlushDetachedThreadTest, IsReleasedByAStop)
     }
 }
 
-TEST_F(FlushDetachedThreadTest, IsPartOfDestroyingADetachedLogger)
+TEST_F(DestroyLoggerDetachedTest, WritesEverythingThatIsQueuedFirst)
 {
     create(kInfo, kFile);
     SetLoggerDetachedStatus(&logger, true);

@@ -169,6 +169,19 @@ TEST_F(AddLogEntryTest, WritesNowhereWithoutEitherFlag)
     EXPECT_FALSE(std::filesystem::exists(folder.entry("default.log")));
 }
 
+TEST_F(AddLogEntryTest, FollowsFlagsThatAreStoredWhileTheFileIsOpen)
+{
+    create(kInfo, kFile);
+    captured_output console(captured_output::stream::output);
+    for (const int flags : {0, 1 | 8, kConsole, kFile})
+    {
+        logger.outputFlags = flags;
+        AddLogEntry(&logger, kInfo, "Test", "%d", flags);
+    }
+    EXPECT_EQ(messages_of(log()), std::vector<std::string>{std::to_string(kFile)});
+    EXPECT_EQ(message_of(console.text()), std::to_string(kConsole) + "\n");
+}
+
 std::vector<std::string> writes;
 BOOL write_result = TRUE;
 

@@ -177,7 +177,9 @@ TEST_F(CreateLoggerTest, ClearsTheCallbackAndKeepsModeAndCompression)
     EXPECT_EQ(logger.rotationCallback, nullptr);
 }
 
-TEST_F(CreateLoggerTest, ReleasesEveryHandleInDestroyLogger)
+using DestroyLoggerTest = CreateLoggerTest;
+
+TEST_F(DestroyLoggerTest, ReleasesEveryHandleThatTheLoggerOpened)
 {
     const auto live = [this](bool detached)
     {
@@ -195,7 +197,7 @@ TEST_F(CreateLoggerTest, ReleasesEveryHandleInDestroyLogger)
         << handle_count() << " after " << before;
 }
 
-TEST_F(CreateLoggerTest, LetsDestroyLoggerBeCalledAgain)
+TEST_F(DestroyLoggerTest, DoesNothingForALoggerThatIsDestroyedOrWasNeverCreated)
 {
     create(kInfo, kFile);
     DestroyLogger(&logger);

@@ -6,6 +6,7 @@
 #include "tests/support/captured_output_win.h"
 
 #include <functional>
+#include <io.h>
 #include <set>
 #include <share.h>
 
@@ -228,6 +229,28 @@ TEST_F(CheckLogRotationTest, WaitsUntilTheRotatedNameIsFree)
     }
 }
 
+DWORD WINAPI refuse_to_look(LPCWSTR)
+{
+    ::SetLastError(ERROR_ACCESS_DENIED);
+    return INVALID_FILE_ATTRIBUTES;
+}
+
+TEST_F(CheckLogRotationTest, TakesANameThatCannotBeLookedUpForTaken)
+{
+    folder.write("default.log", kSeed);
+    const held_clock clock(kMarchSixth);
+    rotate_by(2);
+    {
+        const import_hook hook("GetFileAttributesW", &refuse_to_look);
+        add("into the old file");
+    }
+    EXPECT_TRUE(called_with.empty());
+    EXPECT_EQ(messages_of(log()), (std::vector<std::string>{"seed", "into the old file"}));
+    add("into the new file");
+    EXPECT_EQ(called_with.size(), 1u);
+    EXPECT_EQ(messages_of(log()), std::vector<std::string>{"into the new file"});
+}
+
 TEST_F(CheckLogRotationTest, WorksInAFolderThatNoCodePageCanName)
 {
     const std::string name = "\xE2\x82\xAC\xE6\x97\xA5\xE6\x9C\xAC";
@@ -265,18 +288,52 @@ TEST_F(CheckLogRotationTest, GoesOnAfterAFailedCompressionAsIfItHadWorked)
     EXPECT_EQ(messages_of(log()), std::vector<std::string>{"new"});
 }
 
-TEST_F(CheckLogRotationTest, LosesNothingWhenAnotherProcessKeepsTheFileFromMoving)
+int opened_wide = 0;
+int inheritable = 0;
+
+FILE* __cdecl note_inheritance(const wchar_t* path, const wchar_t* mode)
+{
+    FILE* const file = ::_wfsopen(path, mode, _SH_DENYNO);
+    DWORD flags = 0;
+    ++opened_wide;
+    if (file == nullptr ||
+        !::GetHandleInformation(reinterpret_cast<HANDLE>(::_get_osfhandle(::_fileno(file))), &flags) ||
+        (flags & HANDLE_FLAG_INHERIT) != 0)
+        ++inheritable;
+    return file;
+}
+
+TEST_F(CheckLogRotationTest, CompressesThroughFilesThatNoChildInherits)
 {
     folder.write("default.log", kSeed);
     const held_clock clock(kMarchSixth);
-    rotate_by(2);
-    child holder("hold_file", {folder.text("default.log")});
-    holder.wait_for("held");
-    add("first");
-    add("second");
-    EXPECT_EQ(messages_of(log()), (std::vector<std::string>{"seed", "first", "second"}));
-    EXPECT_EQ(called_with, std::vector<std::string>{folder.text("1709683200.03.05.2024.default.log")});
-    EXPECT_EQ(names(), std::set<std::string>{"default.log"});
+    rotate_by(2, true);
+    const import_hook hook("_wfopen", &note_inheritance);
+    opened_wide = inheritable = 0;
+    add("new");
+    EXPECT_EQ(opened_wide, 2); // the plain file and the packed one
+    EXPECT_EQ(inheritable, 0);
+}
+
+TEST_F(CheckLogRotationTest, LosesNothingWhenAnotherProcessKeepsTheFileFromMoving)
+{
+    for (const bool compress : {false, true})
+    {
+        const std::string rotated =
+            std::string("1709683200.03.05.2024.default.log") + (compress ? ".gz" : "");
+        folder.write("default.log", kSeed);
+        const held_clock clock(kMarchSixth);
+        rotate_by(2, compress);
+        child holder("hold_file", {folder.text("default.log")});
+        holder.wait_for("held");
+        add("first");
+        add("second");
+        EXPECT_EQ(messages_of(log()), (std::vector<std::string>{"seed", "first", "second"}));
+        EXPECT_EQ(called_with, std::vector<std::string>{folder.text(rotated)});
+        EXPECT_FALSE(names().contains("1709683200.03.05.2024.default.log"));
+        called_with.clear();
+        destroy();
+    }
 }
 
 HANDLE WINAPI refuse_to_open(LPCWSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD, HANDLE)
