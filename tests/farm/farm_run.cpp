@@ -1,4 +1,4 @@
-#include "tests/farm/farm_run.h"
+#include "farm_run.h"
 
 #include "KFramework/core.h"
 #include "KFramework/filesystem.h"

@@ -1,6 +1,6 @@
 // The whole farm: real programs, real sockets, a worker that is killed, peers that talk rubbish.
 
-#include "tests/farm/farm_run.h"
+#include "farm_run.h"
 
 #include "KFramework/core.h"
 #include "KFramework/filesystem.h"
