@@ -116,8 +116,8 @@ KFRAMEWORK_API std::string GetModuleBasePath();
 
 /// Asks the system anew.
 ///
-/// @return  UTF-8 full path of the program's executable, never of this library;
-///          "" when it cannot be read.
+/// @return  UTF-8 full path of the program's executable, never of this library,
+///          at most 2,047 UTF-16 units of it; "" when it cannot be read.
 KFRAMEWORK_API std::string _GetModuleFullPath();
 
 /// @return  what stands before the last "\" of _GetModuleFullPath; "" without one.
@@ -171,6 +171,7 @@ KFRAMEWORK_API unsigned long long AtomicSubtract64(void* counter, long long n);
 // --- the host ----------------------------------------------------------------
 
 /// @return  the processor's model name without its speed, "Unknown" without a probe.
+///          Each pair of blanks has become one, once: four are then two.
 ///
 ///   "Model  CPU @ 3.40GHz"  =>  "Model CPU"
 KFRAMEWORK_API std::string GetPhysicalCoresType();
@@ -215,11 +216,18 @@ KFRAMEWORK_API bool GetHostName(std::string& name);
 
 /// The system's release: the true one, whatever the program's manifest says.
 ///
-/// @return  a name from the table in the source, or "Undefined".
+/// @return  the first name below whose release is reached, or "Undefined".
 /// @kept platform-names: every name but "Undefined" ends in one blank, and Windows
 ///       7 SP 1 as a server is "Windows Server 2008 R3 ".
 ///
-///   Windows Server 2019  =>  "Windows Server 2016+ "
+///   version      workstation        server
+///   10.0         "Windows 10+ "     "Windows Server 2016+ "
+///   6.3          "Windows 8.1 "     "Windows Server 2012 R2 "
+///   6.2          "Windows 8 "       "Windows Server 2012 "
+///   6.1 SP 1     "Windows 7 SP 1 "  "Windows Server 2008 R3 "
+///   6.1          "Windows 7 "       "Windows Server 2008 R2 "
+///   6.0          "Windows Vista "   "Windows Server 2008 "
+///   5.1          "Windows XP "      "Windows Server 2003 "
 KFRAMEWORK_API std::string GetRunningPlatformString();
 
 /// @return  1: Windows.

@@ -73,7 +73,7 @@ public:
     void Retain();
 
     /// Takes one reference. With the last one the object goes to the collector,
-    /// which deletes it later; without a collector nothing happens.
+    /// which deletes it later; without a collector only the count changes.
     ///
     /// @kept over-release: releasing more than was retained wraps the count and
     ///       does nothing else; the object is neither queued nor deleted.
@@ -110,7 +110,7 @@ public:
     CKMutex* mutex; ///< own mutex, or the one last borrowed (null before the first lock).
     unsigned long long lockingDisabledThread; ///< KProcesses::GetCurrentThread, 0 for none.
     std::uint32_t disableCount;               ///< nesting depth of DisableLocking.
-    std::uint32_t referenceCount;             ///< 0x80000000 and more while the collector deletes the object.
+    std::uint32_t referenceCount;             ///< near 0x80000000 while the collector deletes the object.
 
 private:
     friend class CKObjectGarbageCollector;
@@ -188,6 +188,7 @@ public:
 
     /// Deletes every waiting object, whatever its count and age, those that its
     /// destructors release included; then the collector. Nothing happens without one.
+    /// May follow ShutdownLibrary when no destructor releases other objects.
     ///
     /// @threads one, after every other use of objects.
     static void DestroyUniqueClass();
@@ -230,6 +231,7 @@ private:
 
     void releaseLast(CKObject* object);
     void forget(CKObject* object);
+    void sweep(long long now, bool force);
 };
 
 /// The collector; null until GetUniqueClass and after DestroyUniqueClass.

@@ -66,6 +66,7 @@ KFRAMEWORK_API SOCKET AcceptSocket(SOCKET listener, void* address, int* addressL
 
 /// Waits until a socket of the three sets is ready.
 ///
+/// @param read     null, like the other two, when nobody asks; not all three.
 /// @param timeout  null waits without end.
 /// @return  number of ready sockets, 0 when the time is over, SOCKET_ERROR on failure. The sets then hold the ready
 ///          ones only.
@@ -102,13 +103,15 @@ KFRAMEWORK_API bool SetNagleStatus(SOCKET socket, bool value);
 
 /// Chooses between waiting and answering "would block".
 ///
+/// @param blocking  true lets calls wait.
 /// @return  true.
 /// @kept    block-status-true: true even when the socket is invalid and nothing changed.
 KFRAMEWORK_API bool SetBlockStatus(SOCKET socket, bool blocking);
 
 /// Gives the numeric text of an address, never looking up a name.
 ///
-/// @param address        IPv4 or IPv6. An IPv6 address that holds an IPv4 one is rewritten as the latter.
+/// @param address        sockaddr_in or sockaddr_in6, whole. An IPv6 address that holds an IPv4 one is rewritten as
+///                       the latter.
 /// @param addressLength  bytes in address; becomes 16 when address is rewritten.
 /// @param host           1025 bytes writable; receives the text without a zone, "Unknown" on failure.
 /// @param port           receives 0 to 65535; 0 on failure.
@@ -156,7 +159,7 @@ KFRAMEWORK_API SOCKET CreateMulticastRcvSocket(char* group, char* port, int rece
 /// @param destination  receives the list whose first address is to be sent to; null on failure.
 /// @return  the socket, which children do not inherit; INVALID_SOCKET on failure, which prints "getaddrinfo: <why>"
 ///          or "interface setsockopt() sending interface error", each with a line end, or "setsockopt() failed"
-///          without one.
+///          without one, also for a socket that cannot be made. On failure nothing stays open.
 /// @owns    socket and list are the caller's: CloseSocket and freeaddrinfo.
 /// @kept    multicast-destination: the list stays allocated on success.
 KFRAMEWORK_API SOCKET CreateMulticastSendSocket(char* group, char* port, int hops, addrinfo** destination);

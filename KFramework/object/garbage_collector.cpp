@@ -34,9 +34,10 @@ CKObjectGarbageCollector::CKObjectGarbageCollector()
 CKObjectGarbageCollector::~CKObjectGarbageCollector()
 {
     // Destructors may release further objects into the table; the singleton
-    // pointer still stands for them.
+    // pointer still stands for them. No time is asked for: the global mutex may be
+    // gone by now.
     while (!table.empty())
-        FlushGC(true);
+        sweep(0, true);
     KProcesses::DestroyMutex(mutex);
 }
 
@@ -88,7 +89,11 @@ void CKObjectGarbageCollector::forget(CKObject* object)
 
 void CKObjectGarbageCollector::FlushGC(bool force)
 {
-    const long long now = kf::object::server_time();
+    sweep(kf::object::server_time(), force);
+}
+
+void CKObjectGarbageCollector::sweep(long long now, bool force)
+{
     const long long ttl = std::atomic_ref(objectsTTL).load(std::memory_order_relaxed);
     std::map<CKObject*, long long> dying; // takes the table's own nodes: nothing is allocated under the lock
     {

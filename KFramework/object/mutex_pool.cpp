@@ -19,6 +19,13 @@ private:
     boost::shared_mutex* guard_;
 };
 
+void append_new_mutex(std::deque<CKMutex*>& list)
+{
+    auto mutex = std::make_unique<CKMutex>();
+    list.push_back(mutex.get());
+    static_cast<void>(mutex.release()); // the list's from here
+}
+
 [[maybe_unused]] const CKMutexPoolManager* const built_at_load = CKMutexPoolManager::GetUniqueClass();
 } // namespace
 
@@ -55,14 +62,12 @@ CKMutex* CKMutexPoolManager::mutexPoolAcquireForObject(CKObject* object)
     }
 
     // KEPT[pool-order]: first in, first out.
-    std::unique_ptr<CKMutex> fresh;
     if (freeList.empty())
-        fresh = std::make_unique<CKMutex>();
-    CKMutex* const mutex = fresh ? fresh.get() : freeList.front();
+        append_new_mutex(freeList);
+    CKMutex* const mutex = freeList.front();
     lentMap.emplace(object, mutex);
     // Nothing below can fail: from here the mutex is lent.
-    if (!fresh.release())
-        freeList.pop_front();
+    freeList.pop_front();
     ++mutex->useCount;
     return mutex;
 }

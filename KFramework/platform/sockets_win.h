@@ -37,4 +37,11 @@ inline void keep_from_children(SOCKET s) noexcept
     if (s != INVALID_SOCKET)
         ::SetHandleInformation(reinterpret_cast<HANDLE>(s), HANDLE_FLAG_INHERIT, 0);
 }
+
+/// Sets an option to a value as it lies in memory, with its length; false on failure.
+template <class Value>
+[[nodiscard]] bool set_option(SOCKET s, int level, int name, const Value& value) noexcept
+{
+    return ::setsockopt(s, level, name, reinterpret_cast<const char*>(&value), sizeof value) == 0;
+}
 } // namespace kf::platform

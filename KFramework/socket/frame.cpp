@@ -42,6 +42,15 @@ char* allocate_zeroed(std::uint64_t bytes) noexcept
     return static_cast<char*>(std::calloc(static_cast<std::size_t>(bytes), 1));
 }
 
+/// The block cut to the bytes in use, or the block as it is when they nearly fill it or it cannot be cut.
+char* without_spare(char* block, std::size_t room, std::size_t used) noexcept
+{
+    if (room - used <= kMostSpareBytes)
+        return block;
+    void* const cut = std::realloc(block, used);
+    return cut != nullptr ? static_cast<char*>(cut) : block;
+}
+
 taken_payload take_raw(const char* payload, std::uint32_t payload_bytes) noexcept
 {
     char* const content = allocate(std::uint64_t{payload_bytes} + 1);
@@ -152,10 +161,12 @@ encoded_frame encode_frame(std::uint32_t command, const char* text, std::uint32_
 {
     // KEPT[text-by-strlen]: the parameter is never a length; a zero byte ends the text.
     const std::size_t text_bytes = text == nullptr ? 0 : std::strlen(text);
-    char* const block = allocate(frame_room(text_bytes));
+    const std::size_t room = frame_room(text_bytes);
+    char* const block = allocate(room);
     if (block == nullptr)
         throw std::bad_alloc();
-    return {block, encode_into(block, command, text, text_bytes, parameter)};
+    const std::size_t payload_bytes = encode_into(block, command, text, text_bytes, parameter);
+    return {without_spare(block, room, kFrameHeaderBytes + payload_bytes), payload_bytes};
 }
 
 } // namespace kf::socket

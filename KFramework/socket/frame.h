@@ -11,7 +11,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <limits>
 
 namespace kf::socket
 {
@@ -28,9 +27,6 @@ inline constexpr std::size_t kTextLengthBytes = 4;
 /// KEPT[compressed-threshold]: compressed bytes are kept while they are at most the text's length plus this, so
 /// that a compressed payload may be up to 7 bytes longer than the text. Peers compare frames byte for byte.
 inline constexpr std::size_t kCompressedSlack = 3;
-
-/// A payload handed out: from std::malloc, zero-terminated; null for none.
-using payload_block = char*;
 
 /// Frees a payload or an encoded frame; null is ignored.
 void free_block(char* block) noexcept;
@@ -75,8 +71,8 @@ struct taken_payload
 {
     /// False when the payload is damaged or no memory was to be had: the frame is consumed, its message lost.
     bool delivered = false;
-    /// Null when not delivered, and for an empty payload. The taker frees it with free_block.
-    payload_block content = nullptr;
+    /// Zero-terminated; null when not delivered, and for an empty payload. The taker frees it with free_block.
+    char* content = nullptr;
 };
 
 /// Turns the payload of a whole frame into the text to hand out; nothing is consumed.
@@ -92,18 +88,17 @@ struct taken_payload
     return kFrameHeaderBytes + text_bytes + growth;
 }
 
-/// The longest text that a frame can carry to a reader, in bytes.
-inline constexpr std::size_t kLongestText =
-    static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()) - kTextLengthBytes - kCompressedSlack;
-
 /// Writes one frame.
 ///
 /// @param room        frame_room(text_bytes) writable; bytes behind the frame are left undefined.
 /// @param text        text_bytes readable and free of zero bytes; may be null when text_bytes is 0.
-/// @param text_bytes  at most kLongestText.
+/// @param text_bytes  at most 2^31 - 8, so that the longest payload is one that readers take.
 /// @return  the payload's length; the frame's is kFrameHeaderBytes more.
 std::size_t encode_into(char* room, std::uint32_t command, const char* text, std::size_t text_bytes,
                         std::uint32_t parameter) noexcept;
+
+/// A block that would hold more bytes behind its frame is cut to it: callers may keep frames for long.
+inline constexpr std::size_t kMostSpareBytes = 4096;
 
 struct encoded_frame
 {
@@ -112,7 +107,7 @@ struct encoded_frame
     std::size_t payload_bytes = 0;
 };
 
-/// Encodes into a block of its own.
+/// Encodes into a block of its own, which is at most kMostSpareBytes longer than the frame.
 ///
 /// @param text  zero-terminated, or null for none.
 /// @throws std::bad_alloc.

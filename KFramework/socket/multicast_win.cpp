@@ -11,16 +11,11 @@ namespace
 {
 
 using kf::platform::address_list;
+using kf::platform::set_option;
 using kf::platform::unique_socket;
 
 /// What went wrong, for standard error; null when nothing did.
 using failure_text = const char*;
-
-template <class Value>
-bool set_option(SOCKET socket, int level, int name, const Value& value)
-{
-    return ::setsockopt(socket, level, name, reinterpret_cast<const char*>(&value), sizeof value) == 0;
-}
 
 void print_lookup_failure(int code)
 {

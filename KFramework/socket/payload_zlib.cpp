@@ -3,8 +3,7 @@
 #include "KFramework/socket/kept_states.h"
 
 #include <limits>
-#include <memory>
-#include <new>
+#include <utility>
 #include <zlib.h>
 
 namespace kf::socket

@@ -17,12 +17,6 @@ bool is_datagram_kind(int kind)
     return kind == 1 || kind == 2; // KEPT[datagram-kinds]: both numbers mean the same.
 }
 
-bool set_option(SOCKET socket, int level, int name, int value)
-{
-    static_assert(sizeof value == 4 && sizeof(linger) == 4);
-    return ::setsockopt(socket, level, name, reinterpret_cast<const char*>(&value), sizeof value) == 0;
-}
-
 } // namespace
 
 SOCKET CreateSocket(int family, int kind)
@@ -79,13 +73,14 @@ int CloseSocket(SOCKET socket)
 bool SetLingerStatus(SOCKET socket, int value)
 {
     // KEPT[linger-raw]: the number is the linger record itself, so 1 is on with 0 seconds: a hard reset.
-    return set_option(socket, SOL_SOCKET, SO_LINGER, value);
+    static_assert(sizeof value == sizeof(linger));
+    return kf::platform::set_option(socket, SOL_SOCKET, SO_LINGER, value);
 }
 
 bool SetNagleStatus(SOCKET socket, bool value)
 {
     // KEPT[nagle-no-delay]: true switches the delay off, whatever the name suggests.
-    return set_option(socket, IPPROTO_TCP, TCP_NODELAY, value ? 1 : 0);
+    return kf::platform::set_option(socket, IPPROTO_TCP, TCP_NODELAY, value ? 1 : 0);
 }
 
 bool SetBlockStatus(SOCKET socket, bool blocking)

@@ -75,10 +75,11 @@ TEST_F(adapters, AreJoinedByOneBarWithNoneAtTheEnd)
 }
 
 // KEPT[mac-argument]
-TEST(GetHostMacAddresses, IgnoresItsArgument)
+TEST_F(adapters, AreAllGivenWhateverTheArgument)
 {
     InitializeLibrary(nullptr);
-    EXPECT_EQ(GetHostMacAddresses(true), GetHostMacAddresses(false));
+    EXPECT_EQ(GetHostMacAddresses(true), "001a2b3c4d5e|ffeedd0c0b0a");
+    EXPECT_EQ(GetHostMacAddresses(false), "001a2b3c4d5e|ffeedd0c0b0a");
 }
 
 TEST_F(adapters, ThatAppearBetweenTwoQuestionsAreAskedForAgain)

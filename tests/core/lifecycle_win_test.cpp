@@ -1,4 +1,7 @@
+#include <algorithm>
+#include <cstddef>
 #include <cstdlib>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -69,6 +72,26 @@ ULONG WINAPI note_adapters(PIP_ADAPTER_INFO info, PULONG size)
 int give_all_ones()
 {
     return -1;
+}
+
+std::vector<void*> made;
+std::vector<void*> deleted;
+
+void* note_new(std::size_t bytes)
+{
+    return made.emplace_back(::operator new(bytes));
+}
+
+/// How many addresses were given out after this one was for the last time.
+std::ptrdiff_t made_since(void* memory)
+{
+    return std::find(made.rbegin(), made.rend(), memory) - made.rbegin();
+}
+
+/// Frees nothing, so that the same address may come again.
+void note_delete(void* memory, std::size_t)
+{
+    deleted.push_back(memory);
 }
 
 } // namespace
@@ -241,4 +264,28 @@ TEST(ShutdownLibrary, LeavesPathsContextLoggerAndCollector)
     RemoveDefaultLogger();
     SetLibraryContext(nullptr, nullptr);
     CKObjectGarbageCollector::DestroyUniqueClass();
+}
+
+// KEPT[shutdown-releases-little]
+TEST(ShutdownLibrary, DestroysTheSeedMutexAndThenTheGlobalOneAndClearsNeitherPointer)
+{
+    const kf::test::library_copy copy;
+    made.clear();
+    {
+        const kf::test::import_hook hook(copy.name(), "_Znwy", &note_new);
+        copy.function<void(const char*)>("_ZN10KFramework17InitializeLibraryEPKc")(nullptr);
+    }
+    auto* const shut_down = copy.function<void()>("_ZN10KFramework15ShutdownLibraryEv");
+    deleted.clear();
+    {
+        const kf::test::import_hook hook(copy.name(), "_ZdlPvy", &note_delete);
+        shut_down();
+        shut_down(); // deletes nothing where a pointer is null
+    }
+    ASSERT_EQ(deleted.size(), 4u);
+    EXPECT_EQ(deleted[2], deleted[0]);
+    EXPECT_EQ(deleted[3], deleted[1]);
+    EXPECT_LT(made_since(deleted[0]), std::ssize(made));
+    EXPECT_GT(made_since(deleted[0]), made_since(deleted[1]))
+        << "the seed mutex is made first and goes first";
 }

@@ -7,6 +7,7 @@
 #include "KFramework/core.h"
 #include "KFramework/object.h"
 #include "KFramework/process.h"
+#include "tests/support/deadline.h"
 #include "tests/support/import_hook_win.h"
 #include "tests/support/object_surroundings.h"
 
@@ -63,6 +64,26 @@ TEST(GarbageCollector, AsksForTheServerTimeBeforeItTakesItsMutex)
     EXPECT_TRUE(waits_for_the_time_outside_the_collectors_mutex([&] { collector->AddObjectToGC(object); }));
     EXPECT_TRUE(waits_for_the_time_outside_the_collectors_mutex([&] { collector->FlushGC(true); }));
     CKObjectGarbageCollector::DestroyUniqueClass();
+}
+
+TEST(GarbageCollector, IsDestroyedWithoutAskingForTheTimeSoThatItMayOutliveTheGlobalMutex)
+{
+    InitializeLibrary(nullptr);
+    CKObjectGarbageCollector::GetUniqueClass();
+    auto* const object = new CKObject(true);
+    object->Retain();
+    object->Release();
+    LockGlobalMutex();
+    std::atomic<bool> through{false};
+    std::thread other(
+        [&]
+        {
+            CKObjectGarbageCollector::DestroyUniqueClass();
+            through = true;
+        });
+    EXPECT_TRUE(kf::test::wait_until([&] { return through.load(); }));
+    UnlockGlobalMutex();
+    other.join();
 }
 
 TEST(GarbageCollector, GoesByTheLiveClockWhileNoServerTimeIsStored)

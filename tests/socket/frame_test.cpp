@@ -3,12 +3,14 @@
 #include <array>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <memory>
 #include <random>
 #include <string>
 #include <vector>
 #include <zlib.h>
 
+#include "tests/socket/failing_zlib.h"
 #include "tests/socket/frame_bytes.h"
 #include "tests/socket/frame_reader.h"
 #include "tests/socket/portable_frames.h"
@@ -140,6 +142,27 @@ TEST(EncodeFrame, CompressesByteForByteAsTheLibraryDoes)
                                                                     : frame_with(1, 3, 4, text);
         ASSERT_EQ(encode_text(text.c_str(), 4, 3), expected) << "text " << i << " of " << length << " bytes";
     }
+}
+
+TEST(EncodeFrame, HoldsLittleMoreMemoryThanTheFrame)
+{
+    const std::string text(1'000'000, 'a');
+    const encoded_frame frame = encode_frame(1, text.c_str(), 2);
+    const std::size_t used = kFrameHeaderBytes + frame.payload_bytes;
+    ASSERT_LT(used, 2000u);
+    EXPECT_LT(::malloc_usable_size(frame.block), used + kMostSpareBytes);
+    EXPECT_EQ(std::string(frame.block, used), frame_with(2, 2, 1, zlib_payload(text)));
+    free_block(frame.block);
+}
+
+TEST(EncodeFrame, SendsTheTextAsItIsWhenZlibFails)
+{
+    const std::string text = repeating(500);
+    {
+        const kf::test::failing_zlib failure;
+        EXPECT_EQ(encode_text(text.c_str(), 1, 2), frame_with(1, 2, 1, text));
+    }
+    EXPECT_EQ(encode_text(text.c_str(), 1, 2), frame_with(2, 2, 1, zlib_payload(text)));
 }
 
 TEST(EncodeInto, StaysWithinTheRoomItAsksFor)
@@ -277,6 +300,19 @@ TEST(TakePayload, DropsDamageAndTakesTheNextFrame)
     EXPECT_FALSE(reader.next().delivered);
     EXPECT_EQ(reader.next().text, "the next");
     EXPECT_TRUE(reader.empty());
+}
+
+TEST(TakePayload, DropsTheMessageWhenZlibFails)
+{
+    const std::string text = repeating(500);
+    const std::string frame = frame_with(2, 2, 1, zlib_payload(text));
+    {
+        const kf::test::failing_zlib failure;
+        const taken lost = take(frame);
+        EXPECT_FALSE(lost.delivered);
+        EXPECT_FALSE(lost.has_content);
+    }
+    EXPECT_EQ(take(frame).text, text);
 }
 
 // KEPT[negative-length]

@@ -50,6 +50,29 @@ int WSAAPI failing_connect(SOCKET, const sockaddr*, int)
     return SOCKET_ERROR;
 }
 
+sockaddr_in bound_address;
+int seen_backlog = 0;
+SOCKET connected_end = INVALID_SOCKET;
+
+int WSAAPI note_bind(SOCKET socket, const sockaddr* address, int length)
+{
+    EXPECT_EQ(length, 16);
+    bound_address = *reinterpret_cast<const sockaddr_in*>(address);
+    return ::bind(socket, address, length);
+}
+
+int WSAAPI note_listen(SOCKET socket, int backlog)
+{
+    seen_backlog = backlog;
+    return ::listen(socket, backlog);
+}
+
+int WSAAPI note_connect(SOCKET socket, const sockaddr* address, int length)
+{
+    connected_end = socket;
+    return ::connect(socket, address, length);
+}
+
 SOCKET WSAAPI failing_accept(SOCKET, sockaddr*, int*)
 {
     return INVALID_SOCKET;
@@ -126,6 +149,22 @@ TEST(CreateLoopbackPipes, MakesNonBlockingSocketsThatChildrenDoNotInherit)
         EXPECT_EQ(::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length), 0);
         EXPECT_EQ(address.sin_addr.s_addr, ::htonl(INADDR_LOOPBACK));
     }
+    EXPECT_EQ(CloseSocket(pair[0]), 0);
+    EXPECT_EQ(CloseSocket(pair[1]), 0);
+}
+
+TEST(CreateLoopbackPipes, ListensOnLoopbackAloneForOneConnection)
+{
+    const import_hook binds("bind", &note_bind);
+    const import_hook listens("listen", &note_listen);
+    const import_hook connects("connect", &note_connect);
+    SOCKET pair[2] = {};
+    ASSERT_EQ(CreateLoopbackPipes(pair), 0);
+    EXPECT_EQ(bound_address.sin_family, AF_INET);
+    EXPECT_EQ(bound_address.sin_addr.s_addr, ::htonl(INADDR_LOOPBACK)) << "no other machine can get there";
+    EXPECT_EQ(bound_address.sin_port, 0);
+    EXPECT_EQ(seen_backlog, 1);
+    EXPECT_EQ(pair[1], connected_end);
     EXPECT_EQ(CloseSocket(pair[0]), 0);
     EXPECT_EQ(CloseSocket(pair[1]), 0);
 }

@@ -1,5 +1,6 @@
 #include "KFramework/socket.h"
 
+#include <cstring>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
@@ -56,10 +57,21 @@ int WSAAPI note_backlog(SOCKET, int backlog)
     return 0;
 }
 
-int WSAAPI note_select(int count, fd_set*, fd_set*, fd_set*, const timeval*)
+std::vector<const void*> seen_pointers;
+
+int WSAAPI note_select(int count, fd_set* read, fd_set* write, fd_set* except, const timeval* timeout)
 {
     seen_numbers = {count};
+    seen_pointers = {read, write, except, timeout};
     return 7;
+}
+
+int WSAAPI note_option(SOCKET, int level, int name, const char* value, int length)
+{
+    int number = 0;
+    std::memcpy(&number, value, sizeof number);
+    seen_numbers = {level, name, number, length};
+    return 0;
 }
 
 int WSAAPI note_shutdown(SOCKET, int how)
@@ -218,6 +230,17 @@ TEST(SelectSocket, Passes4096WhateverTheCount)
     }
 }
 
+TEST(SelectSocket, PassesEachSetInItsPlace)
+{
+    const import_hook hook("select", &note_select);
+    fd_set read;
+    fd_set write;
+    fd_set except;
+    timeval timeout = {};
+    EXPECT_EQ(SelectSocket(0, &read, &write, &except, &timeout), 7);
+    EXPECT_EQ(seen_pointers, (std::vector<const void*>{&read, &write, &except, &timeout}));
+}
+
 TEST(ShutdownSocket, EndsBothDirections)
 {
     const connected_pair pair;
@@ -288,6 +311,13 @@ TEST(SetLingerStatus, ResetsTheConnectionWithOne)
     EXPECT_EQ(::WSAGetLastError(), WSAECONNRESET);
 }
 
+TEST(SetLingerStatus, PassesFourBytes)
+{
+    const import_hook hook("setsockopt", &note_option);
+    EXPECT_TRUE(SetLingerStatus(1, -2));
+    EXPECT_EQ(seen_numbers, (std::vector<int>{SOL_SOCKET, SO_LINGER, -2, 4}));
+}
+
 TEST(SetLingerStatus, GivesFalseOnFailure)
 {
     EXPECT_FALSE(SetLingerStatus(INVALID_SOCKET, 1));
@@ -304,6 +334,15 @@ TEST(SetNagleStatus, SwitchesTheDelayOffWithTrue)
     EXPECT_TRUE(SetNagleStatus(socket.get(), false));
     EXPECT_EQ(option_of(socket.get(), IPPROTO_TCP, TCP_NODELAY, no_delay), 0);
     EXPECT_EQ(no_delay, 0);
+}
+
+TEST(SetNagleStatus, PassesFourBytes)
+{
+    const import_hook hook("setsockopt", &note_option);
+    EXPECT_TRUE(SetNagleStatus(1, true));
+    EXPECT_EQ(seen_numbers, (std::vector<int>{IPPROTO_TCP, TCP_NODELAY, 1, 4}));
+    EXPECT_TRUE(SetNagleStatus(1, false));
+    EXPECT_EQ(seen_numbers, (std::vector<int>{IPPROTO_TCP, TCP_NODELAY, 0, 4}));
 }
 
 TEST(SetNagleStatus, GivesFalseOnFailure)
