@@ -304,16 +304,18 @@ KFRAMEWORK_API bool PeekPipe(void* handle);
 /// @kept    reader-halves: a character cut between two reads is converted as two halves.
 KFRAMEWORK_API KPipeReader* CreatePipeReader(void* handle, int detectUnicode);
 
-/// Takes everything gathered since the last call; empty when there is nothing new.
+/// Takes everything gathered since the last call; empty when there is nothing new, and for null.
 ///
 /// @threads any, until DestroyPipeReader.
 KFRAMEWORK_API std::string PoolPipeReader(KPipeReader* reader);
 
 /// Stops a reader's thread and waits for its end, usually at most 100 ms; at once when the pipe has broken.
 /// What was gathered can still be taken. A second call does nothing. A thread that hangs for 10 s is called
-/// off, then killed.
+/// off, then killed; the call takes at most 12 s. Where even that does not end the thread, reader->thread is not
+/// null afterwards, and the reader may not be destroyed.
 ///
-/// @param abort  which of the two flags is set; the thread treats them alike.
+/// @param reader  null does nothing.
+/// @param abort   which of the two flags is set; the thread treats them alike.
 /// @threads the owner's, one call at a time.
 /// @kept    reader-no-draining: the thread stops at its next check; what then waits in the pipe stays there.
 ///          Wait for CheckJoinableThread(reader->thread) first to get a child's output to its end.

@@ -17,7 +17,7 @@ namespace
 using KFramework::KProcesses::KPipeReader;
 
 constexpr int kJoinMs = 10000;
-constexpr int kJoinAfterCancelMs = 1000;
+constexpr int kJoinBrieflyMs = 1000;
 constexpr std::uint32_t kBufferBytes = 16384;
 constexpr std::uint32_t kTerminatorBytes = 4; // ends both narrow and 16-bit text
 static_assert(kChunkBytes + kTerminatorBytes == kBufferBytes);
@@ -140,6 +140,16 @@ void drain(KPipeReader& reader)
     }
 }
 
+/// Joins the thread for so long at most; true when its record is gone.
+bool joined(KPipeReader& reader, int limit_ms)
+{
+    bool timed_out = false;
+    KFramework::KProcesses::JoinThread(reader.thread, limit_ms, &timed_out);
+    if (!timed_out)
+        reader.thread = nullptr;
+    return !timed_out;
+}
+
 unsigned int run_reader(void* start_record)
 {
     drain(*static_cast<KPipeReader*>(KFramework::KProcesses::GetThreadData(start_record)));
@@ -164,6 +174,8 @@ KPipeReader* CreatePipeReader(void* handle, int detectUnicode)
 std::string PoolPipeReader(KPipeReader* reader)
 {
     std::string text;
+    if (reader == nullptr)
+        return text;
     const boost::lock_guard<boost::mutex> lock(*reader->mutex);
     text.swap(reader->text);
     return text;
@@ -171,23 +183,18 @@ std::string PoolPipeReader(KPipeReader* reader)
 
 void TerminatePipeReader(KPipeReader* reader, bool abort)
 {
+    if (reader == nullptr)
+        return;
     kf::process::request(abort ? reader->abortRequested : reader->stopRequested);
-    KThreadObject* const thread = std::exchange(reader->thread, nullptr);
-    if (thread == nullptr)
-        return; // already joined
-
-    bool timedOut = false;
-    JoinThread(thread, kf::process::kJoinMs, &timedOut);
-    if (!timedOut)
+    if (reader->thread == nullptr || kf::process::joined(*reader, kf::process::kJoinMs))
         return;
     // A killed thread may hold the mutex for ever, so a read that hangs is called off first.
-    ::CancelSynchronousIo(thread->threadHandle);
-    timedOut = false;
-    JoinThread(thread, kf::process::kJoinAfterCancelMs, &timedOut);
-    if (!timedOut)
+    ::CancelSynchronousIo(reader->thread->threadHandle);
+    if (kf::process::joined(*reader, kf::process::kJoinBrieflyMs))
         return;
-    TerminateThread(thread);
-    JoinThread(thread, 0, nullptr); // it is dead: this frees the record
+    TerminateThread(reader->thread);
+    // This frees the record. A thread that even the system cannot kill keeps it, and us no longer.
+    kf::process::joined(*reader, kf::process::kJoinBrieflyMs);
 }
 
 void DestroyPipeReader(KPipeReader* reader)

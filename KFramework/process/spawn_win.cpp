@@ -9,6 +9,7 @@
 
 #include <cstdlib>
 #include <memory>
+#include <optional>
 
 namespace kf::process
 {
@@ -94,9 +95,10 @@ struct start_request
     void* user_token;
 };
 
-/// Starts the child; gives the system's error code, 0 for success.
-[[nodiscard]] DWORD start_child(const start_request& request, STARTUPINFOW& startup,
-                                PROCESS_INFORMATION& started)
+/// Starts the child; gives the system's error code when it does not start. A
+/// start that fails may leave any code, 0 too, so that none means success.
+[[nodiscard]] std::optional<DWORD> start_child(const start_request& request, STARTUPINFOW& startup,
+                                               PROCESS_INFORMATION& started)
 {
     if (request.executable == nullptr || request.working_directory == nullptr)
         return ERROR_INVALID_PARAMETER;
@@ -114,7 +116,7 @@ struct start_request
     if (!::CreateProcessW(executable.c_str(), wide_line.data(), nullptr, nullptr, kInheritHandles,
                           kCreationFlags, request.environment, folder.c_str(), &startup, &started))
         return ::GetLastError(); // before the impersonation ends, which may change it
-    return ERROR_SUCCESS;
+    return std::nullopt;
 }
 
 /// Reads UTF-16 as if it were narrow text: for all common texts its first
@@ -160,12 +162,12 @@ KProcess* SpawnProcess(const char* executable, const char* arguments, const char
     STARTUPINFOW startup = kf::process::startup_info(pipes);
     PROCESS_INFORMATION started{};
     const kf::process::environment_block block(environment);
-    const DWORD error = kf::process::start_child(
+    const auto error = kf::process::start_child(
         {executable, arguments, workingDirectory, block.get(), userToken}, startup, started);
-    if (error != ERROR_SUCCESS)
+    if (error)
     {
-        errorCode = static_cast<int>(error);
-        errorText = kf::process::error_text(error);
+        errorCode = static_cast<int>(*error);
+        errorText = kf::process::error_text(*error);
         return nullptr;
     }
     process->processHandle = started.hProcess;

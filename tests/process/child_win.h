@@ -1,6 +1,7 @@
 #pragma once
 /// Children for the tests of pipes and processes.
 
+#include "KFramework/platform/windows_win.h"
 #include "KFramework/process.h"
 
 #include <string>
@@ -33,6 +34,23 @@ public:
     KFramework::KProcesses::KProcess* process = nullptr;
     int error = 0;
     std::string error_text;
+};
+
+/// Another "COMSPEC" for as long as it lives.
+class shell_variable
+{
+public:
+    explicit shell_variable(const wchar_t* value)
+    {
+        ::GetEnvironmentVariableW(L"COMSPEC", before_, MAX_PATH);
+        ::SetEnvironmentVariableW(L"COMSPEC", value);
+    }
+    ~shell_variable() { ::SetEnvironmentVariableW(L"COMSPEC", before_); }
+    shell_variable(const shell_variable&) = delete;
+    shell_variable& operator=(const shell_variable&) = delete;
+
+private:
+    wchar_t before_[MAX_PATH] = {};
 };
 
 /// Reads a pipe until it breaks; fails the test at the deadline.

@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <malloc.h>
 #include <string>
 
 namespace
@@ -13,9 +15,11 @@ namespace
 using namespace KFramework::KProcesses;
 using KClientLib::KEnvironment;
 
+/// A block of exactly so many units.
 std::wstring built(KEnvironment environment, std::size_t units)
 {
     void* const block = GetEnvironmentWideString(&environment);
+    EXPECT_EQ(::_msize(block), std::max<std::size_t>(units, 2) * sizeof(wchar_t));
     const std::wstring copy(static_cast<const wchar_t*>(block), units);
     std::free(block);
     return copy;
@@ -52,6 +56,15 @@ TEST(GetEnvironmentWideString, MakesAChildsEnvironmentEndAtTextThatIsNotAscii)
     EXPECT_NE(output.find("\nKF_A=1\n"), std::string::npos) << output;
     EXPECT_NE(output.find("\nKF_B=\xC3\xA9\n"), std::string::npos) << output;
     EXPECT_EQ(output.find("\nKF_C="), std::string::npos) << output;
+}
+
+// KEPT[environment-empty-name]
+TEST(GetEnvironmentAnsiString, HasExactlyTheRoomItCounts)
+{
+    KEnvironment environment{{{"", "lost"}, {"A", "1"}}};
+    char* const block = GetEnvironmentAnsiString(&environment);
+    EXPECT_EQ(::_msize(block), 11u);
+    std::free(block);
 }
 
 // KEPT[environment-empty-name]

@@ -8,6 +8,7 @@
 #include "tests/support/children.h"
 #include "tests/support/handle_count_win.h"
 #include "tests/support/import_hook_win.h"
+#include "tests/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
@@ -300,6 +301,21 @@ TEST(SpawnProcess, FreesAllItsMemoryAndWipesWhatIsConfidential)
         EXPECT_EQ(heap_watch::live(), 0u) << executable;
         EXPECT_EQ(heap_watch::found(), 0) << executable;
     }
+}
+
+TEST(MergeEnvironmentWithBatFile, FreesAllItsMemory)
+{
+    const kf::test::shell_variable shell(kf::test::utf8_path(child_program("print_batch")).c_str());
+    const kf::test::temporary_folder folder;
+    const std::string batch = folder.write("printed.txt", "=====KARVEL===== \r\nKF_A=2\r\n");
+    KEnvironment environment{{{"KF_A", "1"}, {"SystemRoot", "C:\\windows"}}};
+    std::string text;
+    const watched_heap hooks;
+    heap_watch::begin("KF_SECRET");
+    EXPECT_TRUE(MergeEnvironmentWithBatFile(&environment, batch, text));
+    heap_watch::end();
+    EXPECT_EQ(environment.variables["KF_A"], "2\r");
+    EXPECT_EQ(heap_watch::live(), 0u);
 }
 
 TEST(SpawnProcess, LetsExhaustedMemoryPassWithNothingLeftBehind)

@@ -67,7 +67,7 @@ creation attempt(KPipesHandles* pipes, KEnvironment* environment)
 /// A failing spawn's error code and text.
 struct failure
 {
-    int code = 0;
+    int code = -1;
     std::string text = "unchanged";
 };
 
@@ -333,6 +333,19 @@ TEST(SpawnProcess, GivesAnEmptyTextWhenThereIsNoMessage)
     const failure missing = fail("C:\\no such program.exe");
     EXPECT_EQ(missing.code, ERROR_FILE_NOT_FOUND);
     EXPECT_EQ(missing.text, "");
+}
+
+TEST(SpawnProcess, FailsAlsoWhenTheSystemLeavesNoErrorCode)
+{
+    const import_hook hook(
+        "CreateProcessW",
+        +[](LPCWSTR, LPWSTR, LPSECURITY_ATTRIBUTES, LPSECURITY_ATTRIBUTES, BOOL, DWORD, LPVOID, LPCWSTR,
+            LPSTARTUPINFOW, LPPROCESS_INFORMATION) -> BOOL WINAPI
+        {
+            ::SetLastError(ERROR_SUCCESS);
+            return FALSE;
+        });
+    EXPECT_EQ(fail(child_program("end_with").c_str()).code, ERROR_SUCCESS);
 }
 
 TEST(SpawnProcess, FailsWithoutAPathOrAFolder)
