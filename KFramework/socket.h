@@ -129,9 +129,8 @@ KFRAMEWORK_API bool FillSocketHostAndPort(void* address, int* addressLength, cha
 ///   "fe80::1%12"  =>  "fe80::1%%12"
 KFRAMEWORK_API std::string escapeHostString(const std::string& host);
 
-/// Makes two TCP sockets of this process that are connected to each other over loopback.
-///
-/// A stranger who finds the port first is turned away.
+/// Makes two TCP sockets of this process that are connected to each other over loopback. A stranger who finds the
+/// port first is turned away.
 ///
 /// @param pair  receives two non-blocking sockets that children do not inherit; INVALID_SOCKET twice on failure.
 /// @return  0, or -1 on failure, when nothing stays open.
@@ -268,8 +267,8 @@ struct KFRAMEWORK_API CKSocketOverlappedStruct
 /// completion port (RegisterCompletionPort, SetupReadEvent, IOCPSend); docs/hosting.md tells how, with every duty.
 /// Failures are logged through the default logger with the module "CKSocketStream"; Connect prints to standard error.
 ///
-/// A stream is released, not deleted: its last Release hands it to the garbage collector. It must not end while an
-/// operation is outstanding, since the records lie in it.
+/// Its owner retains a stream once and releases it: the last Release hands it to the garbage collector. It must not
+/// end while an operation is outstanding, since the records lie in it.
 ///
 /// @threads  two locks: the read lock (the object's own) over the receive buffer, the write lock over the send
 ///           buffer. Neither is recursive. Members take them as they need; the accessors take none.
@@ -308,8 +307,9 @@ public:
     /// Forgets the socket without closing it; it is the caller's again.
     void UnbindSocket();
 
-    /// Assigns the socket to a completion port; the key of its completions is the stream's address. From then on
-    /// AddMessage starts sends. On failure one line is logged at level 1 and the stream has no port.
+    /// Assigns the socket to a completion port, which stays the host's; the key of its completions is the stream's
+    /// address. From then on AddMessage starts sends. On failure one line is logged at level 1 and the stream has no
+    /// port (completionPort is null), so that no close record will come.
     void RegisterCompletionPort(void* port);
 
     /// Posts one receive and marks the read event; the host calls it again after each completion. A failure to post
@@ -335,8 +335,7 @@ public:
     ///        host's own marks tell failure from idleness.
     bool NetworkTasks();
 
-    /// @param limit  seconds of server time.
-    /// @return  true while the last heartbeat is at most limit seconds before now.
+    /// True while the last heartbeat is at most limit seconds before now (server time).
     bool CheckHeartBeat(int limit, long long now);
     void UpdateHeartBeat(long long now);
 
@@ -348,7 +347,6 @@ public:
 
     /// Closes the socket and posts the close record if a port is still registered.
     ///
-    /// @return  0.
     /// @kept  close-result: 0 also when closing fails or there is nothing to close.
     int Close();
 
@@ -386,8 +384,8 @@ public:
     /// @param content    null, or receives the text, freed with DestroyMessageContent; null for an empty message.
     /// @param parameter  null, or receives the parameter as command does.
     /// @param lock       false when the caller holds LockRead.
-    /// @return  false when no frame is complete, and for a damaged one, which is consumed: loop on
-    ///          HasCompleteMessageAvailable, not on this.
+    /// @return  false when disconnected, when no frame is complete, and for a damaged one, which is consumed: loop
+    ///          on HasCompleteMessageAvailable while the stream is not disconnected, not on this.
     bool GetNextMessage(unsigned int& command, char** content, unsigned int* parameter, bool lock);
 
     /// Frees what GetNextMessage handed out; null is ignored.
@@ -410,14 +408,14 @@ public:
 
     // Buffers.
 
-    /// Receives up to 4,096 bytes.
+    /// Receives up to 4,096 bytes; waits for some on a blocking socket, with the read lock held.
     ///
     /// @return  bytes received; 0 at the end, on errors, overflow and when disconnected; -1 when it would block.
     /// @kept  polled-growth-step: the buffer grows by 4,097 bytes, so a maximum of 69,632 lets it grow once.
     /// @kept  received-error-number: "Received error from socket [%d]" carries the error number.
     int Read();
 
-    /// Sends from the front of the send buffer.
+    /// Sends from the front of the send buffer; may wait on a blocking socket, with the write lock held.
     ///
     /// @return  bytes sent; 0 on errors and when disconnected; -1 when it would block.
     /// @kept  idle-write: -1 also when nothing is queued.
@@ -429,13 +427,12 @@ public:
     /// Whether bytes are queued and the stream is not disconnected.
     bool HasToWrite();
 
-    /// Empties both buffers; capacities stay.
+    /// Empties both buffers; capacities stay. What a send has already posted still goes out.
     void ClearBuffers();
 
-    // Bytes; they take effect when a buffer must grow next.
+    // Bytes; they take effect when a buffer must grow next, and not at all while the check is off.
     void SetMaxIncomingBufferSize(unsigned long long size);
     void SetMaxOutgoingBufferSize(unsigned long long size);
-    /// @param check  false: the maximums do not apply.
     void SetBufferCheck(bool check);
 
     /// How full the buffers are, extra bytes included, in percent of their maximums; may exceed 100.
@@ -445,7 +442,7 @@ public:
     /// Counters that the stream adds to atomically; streams may share them. They stay the caller's; null for none.
     void RegisterCounters(unsigned long long* sent, unsigned long long* received);
 
-    /// Counts bytes that a receive has put behind the fill.
+    /// Counts bytes that a receive has put behind the fill; more than the buffer has room for are not counted.
     ///
     /// @param lock  false when the caller holds LockRead.
     void IncrementReadBytes(unsigned int count, bool lock);
@@ -462,10 +459,10 @@ public:
     void LockWrite();
     void UnlockWrite();
 
-    void SetData(void* data);
+    void SetData(void* data); ///< the host's own; null at first
     void* GetData();
 
-    /// @param host  becomes part of the trace file's name.
+    /// @param host  becomes part of the trace file's name; null for none.
     void SetSocketHostAndPort(const char* host, int port);
     const char* GetSocketHost(); ///< the stream's own text, until the host changes
     int GetSocketPort();         ///< 0 until it is known

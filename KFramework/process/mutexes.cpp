@@ -65,7 +65,9 @@ bool wait_on(KFramework::KProcesses::KConditional& conditional, Wait wait)
     }
     catch (const boost::thread_resource_error&)
     {
-        conditional.mutex->unlock();
+        // Before the wait the mutex is still ours; after it another thread's, and Boost could not wait for it.
+        if (lock.get().owns_lock())
+            conditional.mutex->unlock();
         std::this_thread::sleep_for(kRetryPause);
         lock_exclusive(*conditional.mutex);
         return true;

@@ -105,18 +105,17 @@ void block_store::release(char* block, bool in_use) noexcept
     if (in_use || keep_all_)
     {
         found->retired = true;
-        any_retired_ = true;
         return;
     }
     blocks_.erase(found);
 }
 
-void block_store::free_retired() noexcept
+void block_store::free_retired(const char* current) noexcept
 {
-    if (!any_retired_ || keep_all_)
+    if (keep_all_)
         return;
-    std::erase_if(blocks_, [](const owned_block& one) { return one.retired; });
-    any_retired_ = false;
+    std::erase_if(blocks_,
+                  [current](const owned_block& one) { return one.retired && one.bytes.get() != current; });
 }
 
 } // namespace kf::socket

@@ -91,7 +91,9 @@ public:
     void release(char* block, bool in_use) noexcept;
 
     /// Frees the retired blocks, unless keep_all() was called.
-    void free_retired() noexcept;
+    ///
+    /// @param current  stays: the last of several users may still stand on a block that another one retired.
+    void free_retired(const char* current) noexcept;
 
     /// From now on every block lives as long as the store.
     void keep_all() noexcept { keep_all_ = true; }
@@ -116,7 +118,6 @@ private:
 
     std::vector<owned_block> blocks_;
     bool keep_all_ = false;
-    bool any_retired_ = false;
 };
 
 } // namespace kf::socket

@@ -53,7 +53,7 @@ int CKSocketStream::Read()
     const SOCKET from = GetSocket();
     const int shown = kf::socket::printed(from);
     const kf::socket::growth wanted =
-        kf::socket::polled_growth(receiveFill, receiveCapacity, {maximumReceiveSize, bufferCheck});
+        kf::socket::polled_growth(receiveFill, receiveCapacity, kf::socket::receive_limit(*this));
     if (!kf::socket::make_receive_room(*this, wanted, kf::socket::receive_outstanding(*this)))
     {
         log_for(1, kf::socket::kReadOverflow, shown);

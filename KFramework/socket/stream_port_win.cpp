@@ -20,7 +20,7 @@ namespace KFramework::KSocket
 namespace
 {
 
-/// Resets and posts an operation; 0 when it is under way.
+/// Posts an operation; 0 when it is under way.
 template <class Post>
 [[nodiscard]] int start(CKSocketStream& stream, CKSocketOverlappedStruct& record, Post post)
 {
@@ -81,7 +81,7 @@ void CKSocketStream::SetupReadEvent()
     readEvent.Reset(kSocketIORead);
 
     const kf::socket::growth wanted =
-        kf::socket::port_growth(receiveFill, receiveCapacity, {maximumReceiveSize, bufferCheck});
+        kf::socket::port_growth(receiveFill, receiveCapacity, kf::socket::receive_limit(*this));
     if (!kf::socket::make_receive_room(*this, wanted, outstanding))
     {
         KLogger::AddLogEntry(GetDefaultLogger(), 1, kStreamModule, kf::socket::kReadOverflow,

@@ -58,6 +58,16 @@ bool is_pending(const CKSocketOverlappedStruct& record) noexcept
     return shared(record.overlapped.Internal).load() == STATUS_PENDING;
 }
 
+size_limit receive_limit(const CKSocketStream& stream) noexcept
+{
+    return {shared(stream.maximumReceiveSize).load(), shared(stream.bufferCheck).load()};
+}
+
+size_limit send_limit(const CKSocketStream& stream) noexcept
+{
+    return {shared(stream.maximumSendSize).load(), shared(stream.bufferCheck).load()};
+}
+
 bool receive_outstanding(const CKSocketStream& stream) noexcept
 {
     return stream.readEvent.isMarked() || is_pending(stream.readEvent);
@@ -102,7 +112,7 @@ bool make_receive_room(CKSocketStream& stream, const growth& wanted, bool outsta
     }
     stream.receiveCapacity = wanted.capacity;
     if (!outstanding && state.looking.load() == 0 && stream.hidden.use_count() == 1)
-        state.receive_blocks.free_retired();
+        state.receive_blocks.free_retired(stream.receiveBlock);
     return true;
 }
 
@@ -125,7 +135,7 @@ void grow_send_buffer(CKSocketStream& stream, std::uint64_t capacity)
 void free_ended_sends(CKSocketStream& stream) noexcept
 {
     if (!is_pending(stream.writeEvent) && stream.hidden.use_count() == 1)
-        stream.hidden->send_blocks.free_retired();
+        stream.hidden->send_blocks.free_retired(stream.sendBuffer);
 }
 
 } // namespace kf::socket

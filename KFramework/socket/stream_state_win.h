@@ -23,11 +23,10 @@ struct stream_state
     stream_state& operator=(const stream_state&) = delete;
 
     boost::mutex* write_mutex;
-    block_store receive_blocks;     // guarded by the read lock
-    block_store send_blocks;        // guarded by the write lock
-    std::uint64_t posted_bytes = 0; // of the outstanding send; guarded by the write lock
-    std::uint64_t cleared_bytes =
-        0; // of an outstanding send whose bytes were cleared; guarded by the write lock
+    block_store receive_blocks;             // guarded by the read lock
+    block_store send_blocks;                // guarded by the write lock
+    std::uint64_t posted_bytes = 0;         // of the outstanding send; guarded by the write lock
+    std::uint64_t cleared_bytes = 0;        // the same, once they were cleared; guarded by the write lock
     std::atomic<std::uint32_t> posting = 0; // threads inside a short platform call on the socket
     std::atomic<std::uint32_t> looking = 0; // threads that look at the receive buffer without the read lock
     boost::mutex trace_mutex;               // a leaf: taken last
@@ -86,6 +85,10 @@ private:
 {
     return static_cast<int>(socket);
 }
+
+/// How far the buffers may grow; the host may change it at any time.
+[[nodiscard]] size_limit receive_limit(const KFramework::KSocket::CKSocketStream& stream) noexcept;
+[[nodiscard]] size_limit send_limit(const KFramework::KSocket::CKSocketStream& stream) noexcept;
 
 // The receive buffer; all under the read lock. Its front moves forward inside its block as frames are taken, so
 // that taking many is linear, and moves back before the next receive.

@@ -53,7 +53,8 @@ bool CKSocketStream::AddMessage(const unsigned int& command, const char* text, u
         if (IsDisconnected())
             return false;
         kf::socket::free_ended_sends(*this);
-        const kf::socket::size_limit limit{maximumSendSize, bufferCheck && !force};
+        kf::socket::size_limit limit = kf::socket::send_limit(*this);
+        limit.enforced = limit.enforced && !force;
         const growth wanted = kf::socket::send_growth(sendFill + bytes, sendCapacity, limit);
         if (wanted.what == verdict::overflow)
         {
@@ -188,7 +189,10 @@ void CKSocketStream::ClearBuffers()
             kf::socket::move_to_block_front(*this);
     }
     const kf::socket::write_lock lock(*this);
-    hidden->cleared_bytes = writeEvent.isMarked() ? hidden->posted_bytes : 0;
+    if (!writeEvent.isMarked())
+        hidden->cleared_bytes = 0;
+    else if (hidden->posted_bytes != 0) // else cleared before: the completion is still to come
+        hidden->cleared_bytes = hidden->posted_bytes;
     hidden->posted_bytes = 0;
     if (kf::socket::is_pending(writeEvent))
         kf::socket::replace_send_block(*this, hidden->send_blocks.make(sendCapacity), 0);
@@ -203,9 +207,10 @@ bool CKSocketStream::HasToWrite()
 void CKSocketStream::GetBuffersUsage(unsigned long long extraIncoming, unsigned long long extraOutgoing,
                                      double& incomingPercent, double& outgoingPercent)
 {
-    incomingPercent =
-        kf::socket::usage_percent(shared(receiveFill).load(), extraIncoming, maximumReceiveSize);
-    outgoingPercent = kf::socket::usage_percent(shared(sendFill).load(), extraOutgoing, maximumSendSize);
+    incomingPercent = kf::socket::usage_percent(shared(receiveFill).load(), extraIncoming,
+                                                kf::socket::receive_limit(*this).maximum);
+    outgoingPercent = kf::socket::usage_percent(shared(sendFill).load(), extraOutgoing,
+                                                kf::socket::send_limit(*this).maximum);
 }
 
 void CKSocketStream::RegisterCounters(unsigned long long* sent, unsigned long long* received)

@@ -11,7 +11,8 @@ std::string WideStringToUtf8String(wchar_t* text)
     if (size <= 0)
         return {};
     std::string result(static_cast<std::size_t>(size), '\0');
-    ::WideCharToMultiByte(CP_UTF8, 0, text, -1, result.data(), size, nullptr, nullptr);
+    if (::WideCharToMultiByte(CP_UTF8, 0, text, -1, result.data(), size, nullptr, nullptr) != size)
+        return {};
     result.resize(static_cast<std::size_t>(size) - 1); // without the terminator
     return result;
 }
@@ -22,7 +23,8 @@ std::wstring Utf8StringToWideString(const std::string& text)
     if (size <= 0)
         return {};
     std::wstring result(static_cast<std::size_t>(size), L'\0');
-    ::MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, result.data(), size);
+    if (::MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, result.data(), size) != size)
+        return {};
     result.resize(static_cast<std::size_t>(size) - 1);
     return result;
 }

@@ -3,7 +3,7 @@
 #include "server_win.h"
 
 #include "host_win.h"
-#include "image_files.h"
+#include "job_folder_win.h"
 
 #include <KFramework/core.h>
 #include <KFramework/filesystem.h>
@@ -18,16 +18,13 @@ using namespace KFramework;
 namespace
 {
 constexpr const char* kProgram = "farm_server";
-constexpr int kSheetColumns = 6;
-constexpr int kSheetPictureWidth = 160;
 
 /// Accepts workers on a thread of its own until stopped.
 class acceptor
 {
 public:
-    acceptor(SOCKET listener, farm::server& host, farm::port_loop& loop)
-        : listener_(listener), host_(host), loop_(loop),
-          thread_(KProcesses::SpawnThread(&acceptor::routine, this))
+    acceptor(SOCKET listener, farm::port_loop& loop)
+        : listener_(listener), loop_(loop), thread_(KProcesses::SpawnThread(&acceptor::routine, this))
     {
     }
 
@@ -62,7 +59,10 @@ private:
         int length = sizeof address;
         const SOCKET accepted = KSocket::AcceptSocket(listener_, &address, &length);
         if (accepted == INVALID_SOCKET)
+        {
+            MicroSleep(100); // out of handles, perhaps: the client still waits, and select would not
             return false;
+        }
 
         char host[NI_MAXHOST] = {};
         int port = 0;
@@ -71,14 +71,11 @@ private:
         auto* const stream = new farm::connection(id);
         stream->SetSocketHostAndPort(host, port);
         stream->BindSocket(accepted);
-        host_.add(stream); // first: its messages may come before serve() returns
-        if (!loop_.serve(stream))
-            host_.forget(stream);
+        loop_.serve(stream); // on_opened tells the server
         return true;
     }
 
     SOCKET listener_;
-    farm::server& host_;
     farm::port_loop& loop_;
     std::atomic<bool> stop_ = false;
     KProcesses::KThreadObject* thread_;
@@ -147,7 +144,7 @@ bool run_job(farm::server& host, const farm::server_settings& settings, bool liv
         if (now.workers > 0)
             last_company = ::GetTickCount64();
         if (clock.tick())
-            host.check_heartbeats();
+            host.check_workers();
         MicroSleep(50);
     }
     console.show(host.standing());
@@ -173,56 +170,44 @@ void part(farm::server& host)
     wait_until_empty();
 }
 
-/// Removes what workers left half done, and late answers.
-void remove_parts(const std::string& folder)
-{
-    KFileSystem::KDirectory entry;
-    entry.path = folder;
-    std::vector<std::string> names;
-    if (KFileSystem::EnumDirFirstFile(&entry, false, false, true, true))
-        do
-            names.push_back(entry.name);
-        while (KFileSystem::EnumDirNextFile(&entry, false, false, true, true));
-    KFileSystem::EnumDirClose(&entry);
-    for (const std::string& name : names)
-        KFileSystem::RemoveFile(folder + "\\" + name);
-}
-
-/// Puts all frames on one picture; false when some are missing or it cannot be written.
-bool write_contact_sheet(const farm::server& host, const farm::server_settings& settings)
-{
-    std::vector<farm::image> pictures;
-    for (int i = 0; i < settings.frame_count; ++i)
-        if (auto picture = farm::load_png(host.frame_file(settings.first_frame + i)))
-            pictures.push_back(std::move(*picture));
-    if (pictures.empty())
-        return false;
-    const farm::image sheet = farm::contact_sheet(pictures, kSheetColumns, kSheetPictureWidth);
-    const bool written = farm::save_png(sheet, settings.folder + "\\contact-sheet.png");
-    return written && static_cast<int>(pictures.size()) == settings.frame_count;
-}
-
 int serve(const farm::server_settings& settings, SOCKET listener, bool live)
 {
     bool finished = false;
     farm::server host(settings);
+    farm::remove_old_pictures(host, settings);
     {
         farm::port_loop loop(settings.threads, host);
         {
-            const acceptor door(listener, host, loop);
+            const acceptor door(listener, loop);
             finished = run_job(host, settings, live);
         } // nobody new comes in from here on
         part(host);
     } // no thread of ours touches the server any more
-    remove_parts(settings.folder + "\\parts");
+    farm::remove_parts(settings);
     std::printf("%s", host.summary().c_str());
     if (!finished)
         farm::complain(kProgram,
                        "no worker for " + std::to_string(settings.patience_seconds) + " seconds, giving up");
-    const bool whole = write_contact_sheet(host, settings);
+    const int done = host.standing().done;
+    const bool whole = done == settings.frame_count;
     if (!whole)
         farm::complain(kProgram, "some frames are missing");
-    return whole ? farm::kSuccess : farm::kIncomplete;
+    const bool shown = done > 0 && farm::write_contact_sheet(host, settings);
+    if (done > 0 && !shown)
+        farm::complain(kProgram, "cannot write " + farm::sheet_file(settings));
+    return whole && shown ? farm::kSuccess : farm::kIncomplete;
+}
+/// What is wrong with the names that were given, or nothing.
+std::string wrong_name(const farm::server_settings& settings)
+{
+    if (KFileSystem::GetFileMaskPadding(settings.mask) == 0)
+        return "the mask " + settings.mask + " has no # for the frame number";
+    if (settings.mask.find_first_of("\\/:*?\"<>|") != std::string::npos)
+        return "the mask " + settings.mask + " is no plain file name";
+    // The frame number would replace everything from there to the last # of the file name.
+    if (KFileSystem::GetFileMaskPadding(settings.folder) != 0)
+        return "the folder " + settings.folder + " must not hold a #";
+    return "";
 }
 } // namespace
 
@@ -255,12 +240,12 @@ int wmain(int argc, wchar_t** argv)
         ->check(CLI::IsMember({"live", "plain", "auto"}));
     if (const int code = farm::parse_command_line(app, argc, argv); code >= 0)
         return code;
-    if (KFileSystem::GetFileMaskPadding(settings.mask) == 0)
+    settings.folder = farm::full_path(settings.folder); // workers run elsewhere
+    if (const std::string wrong = wrong_name(settings); !wrong.empty())
     {
-        farm::complain(kProgram, "the mask " + settings.mask + " has no # for the frame number");
+        farm::complain(kProgram, wrong);
         return farm::kBadUsage;
     }
-    settings.folder = farm::full_path(settings.folder); // workers run elsewhere
     if (!farm::make_folder(settings.folder) || !farm::make_folder(settings.folder + "\\parts"))
     {
         farm::complain(kProgram, "cannot write to " + settings.folder);

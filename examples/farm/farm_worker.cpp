@@ -117,10 +117,21 @@ private:
         if (mail_.closed())
             return;
         if (failure.empty())
-            server_.send_patiently(farm::command::done, "", next.ticket);
+            say(farm::command::done, "", next.ticket);
         else
-            server_.send_patiently(farm::command::failed, failure, next.ticket);
-        server_.send_patiently(farm::command::ready, "", 0);
+            say(farm::command::failed, failure, next.ticket);
+        say(farm::command::ready, "", 0);
+    }
+
+    /// Sends as soon as there is room. The pulse goes on meanwhile: it ends the wait for a server that hangs.
+    void say(farm::command what, const std::string& text, unsigned int ticket)
+    {
+        while (server_.crowded() && !mail_.closed())
+        {
+            keep_alive();
+            MicroSleep(5);
+        }
+        server_.send(what, text, ticket);
     }
 
     /// Empty, or why there is no picture. Leaving ends the renderer.
@@ -135,8 +146,7 @@ private:
             keep_alive();
             const auto code = child.exit_code();
             for (const std::string& line : child.new_lines(code.has_value()))
-                server_.send_patiently(farm::command::output, farm::printable(line, farm::kLongestOutputLine),
-                                       next.ticket);
+                say(farm::command::output, farm::printable(line, farm::kLongestOutputLine), next.ticket);
             if (code)
                 return *code == 0 ? "" : "the renderer ended with code " + std::to_string(*code);
             if (mail_.closed())
@@ -191,6 +201,8 @@ int work(const worker_settings& settings)
         for (int i = 0; i < 100 && !mail.closed(); ++i)
             MicroSleep(20);
     }
+    else
+        farm::complain(kProgram, "cannot watch the connection");
     server->Release();
     if (code == farm::kServerVanished)
         farm::complain(kProgram, "the server went away");

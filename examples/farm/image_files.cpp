@@ -20,6 +20,13 @@ namespace
 {
 constexpr int kGap = 6; // pixels between two pictures and around all
 constexpr std::uint8_t kGround = 18;
+constexpr int kTallest = 4; // times its width: a taller picture is shown squeezed
+
+image plain_ground(int width, int height)
+{
+    const auto pixels = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+    return {width, height, std::vector<std::uint8_t>(3 * pixels, kGround)};
+}
 } // namespace
 
 bool save_png(const image& picture, const std::string& path)
@@ -41,26 +48,29 @@ std::optional<image> load_png(const std::string& path)
     return picture;
 }
 
-image contact_sheet(const std::vector<image>& pictures, int columns, int width_of_each)
+image contact_sheet(int count, int columns, int width_of_each,
+                    const std::function<std::optional<image>(int)>& picture)
 {
-    if (pictures.empty())
-        return {};
-    const int height_of_each = std::max(1, pictures.front().height * width_of_each / pictures.front().width);
-    const int rows = (static_cast<int>(pictures.size()) + columns - 1) / columns;
     image sheet;
-    sheet.width = kGap + columns * (width_of_each + kGap);
-    sheet.height = kGap + rows * (height_of_each + kGap);
-    sheet.pixels.assign(3 * static_cast<std::size_t>(sheet.width) * static_cast<std::size_t>(sheet.height),
-                        kGround);
-    for (int i = 0; i < static_cast<int>(pictures.size()); ++i)
+    int height_of_each = 0; // known with the first picture
+    for (int i = 0; i < count; ++i)
     {
-        const image& picture = pictures[static_cast<std::size_t>(i)];
+        const auto next = picture(i);
+        if (!next)
+            continue;
+        if (height_of_each == 0)
+        {
+            height_of_each =
+                std::clamp(next->height * width_of_each / next->width, 1, kTallest * width_of_each);
+            sheet = plain_ground(kGap + columns * (width_of_each + kGap),
+                                 kGap + (count + columns - 1) / columns * (height_of_each + kGap));
+        }
         const int left = kGap + i % columns * (width_of_each + kGap);
         const int top = kGap + i / columns * (height_of_each + kGap);
         std::uint8_t* const corner =
             sheet.pixels.data() + 3 * (static_cast<std::size_t>(top) * static_cast<std::size_t>(sheet.width) +
                                        static_cast<std::size_t>(left));
-        stbir_resize_uint8(picture.pixels.data(), picture.width, picture.height, 0, corner, width_of_each,
+        stbir_resize_uint8(next->pixels.data(), next->width, next->height, 0, corner, width_of_each,
                            height_of_each, 3 * sheet.width, 3);
     }
     return sheet;

@@ -3,6 +3,7 @@
 
 #include "scene.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,7 +16,12 @@ bool save_png(const image& picture, const std::string& path);
 /// Reads a PNG as 8-bit red, green and blue; none when it is missing or damaged.
 std::optional<image> load_png(const std::string& path);
 
-/// All pictures, each shrunk to the given width, in rows of `columns`, on a dark ground.
+/// Pictures 0 to count - 1, each shrunk to the given width, in rows of `columns`, on a dark ground.
+///
+/// @param picture  gives one of them, or none, whose place then stays empty; asked in order, so that only
+///                 one picture is in memory at a time.
+///
 /// Pictures of another shape than the first are stretched to its shape.
-image contact_sheet(const std::vector<image>& pictures, int columns, int width_of_each);
+image contact_sheet(int count, int columns, int width_of_each,
+                    const std::function<std::optional<image>(int)>& picture);
 } // namespace farm

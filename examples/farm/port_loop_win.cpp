@@ -15,18 +15,12 @@ constexpr ULONG_PTR kStopKey = 0; // no stream lies at address 0
 constexpr double kCrowdedPercent = 50;
 } // namespace
 
-bool connection::send_patiently(command what, const std::string& text, unsigned int parameter)
+bool connection::crowded()
 {
-    const auto crowded = [this]
-    {
-        double incoming = 0;
-        double outgoing = 0;
-        GetBuffersUsage(0, 0, incoming, outgoing);
-        return outgoing > kCrowdedPercent;
-    };
-    while (crowded() && !IsDisconnected())
-        MicroSleep(5);
-    return send(what, text, parameter);
+    double incoming = 0;
+    double outgoing = 0;
+    GetBuffersUsage(0, 0, incoming, outgoing);
+    return outgoing > kCrowdedPercent;
 }
 
 bool connection::send(command what, const std::string& text, unsigned int parameter)
@@ -66,6 +60,8 @@ bool port_loop::serve(connection* stream)
         stream->Release();
         return false;
     }
+    // Nobody else may know the stream earlier: a send that fails takes the port away, as if it had refused.
+    handler_.on_opened(*stream);
     stream->SetupReadEvent();
     return true;
 }

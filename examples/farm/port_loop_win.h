@@ -22,10 +22,9 @@ public:
     /// Names this connection in logs and tables; never used twice.
     int id() const { return id_; }
 
-    /// Queues a message; waits while more than half of the send buffer is taken, so that a
-    /// slow peer slows us down instead of overflowing the buffer. Not from a port thread.
-    /// False when the connection has ended.
-    bool send_patiently(command what, const std::string& text, unsigned int parameter);
+    /// True while more than half of the send buffer is taken. Who has much to say waits then, so that a
+    /// slow peer slows it down instead of overflowing the buffer; not on a port thread, which empties it.
+    bool crowded();
 
     /// Queues a message at once; false when the connection has ended.
     bool send(command what, const std::string& text, unsigned int parameter);
@@ -34,18 +33,22 @@ private:
     int id_;
 };
 
-/// What the loop tells its host. Calls come on the loop's threads: one at a time
-/// for one connection, in parallel for several.
+/// What the loop tells its host, on the loop's threads and in parallel for several connections.
 class connection_handler
 {
 public:
     virtual ~connection_handler() = default;
 
-    /// One whole message; false ends the connection.
+    /// The port has taken the connection; called once, before its first message, on the thread that
+    /// called serve().
+    virtual void on_opened(connection& /*opened*/) {}
+
+    /// One whole message; false ends the connection. One connection's messages come one at a time and in
+    /// order, but on_closed may come on another thread meanwhile, and a last message right after it.
     virtual bool on_message(connection& from, command what, const std::string& text,
                             unsigned int parameter) = 0;
 
-    /// The connection has ended; called once. Do not use it afterwards.
+    /// The connection has ended; called once. Forget it: the collector deletes it some time later.
     virtual void on_closed(connection& ended) = 0;
 };
 

@@ -29,33 +29,28 @@ server::server(const server_settings& settings)
 {
 }
 
-void server::add(connection* accepted)
+void server::on_opened(connection& accepted)
 {
     const std::lock_guard lock(guard_);
     peer added;
-    added.stream = accepted;
+    added.stream = &accepted;
     // A host text may hold a "%" (a zone): it goes in as an argument, never as a format.
-    added.host = std::string(accepted->GetSocketHost()) + ":" + std::to_string(accepted->GetSocketPort());
-    AddLogEntry(GetDefaultLogger(), kInfo, kModule, "connection %d from %s", accepted->id(),
+    added.host = std::string(accepted.GetSocketHost()) + ":" + std::to_string(accepted.GetSocketPort());
+    AddLogEntry(GetDefaultLogger(), kInfo, kModule, "connection %d from %s", accepted.id(),
                 added.host.c_str());
-    peers_.emplace(accepted->id(), std::move(added));
-}
-
-void server::forget(connection* refused)
-{
-    const std::lock_guard lock(guard_);
-    peers_.erase(refused->id());
+    peers_.emplace(accepted.id(), std::move(added));
 }
 
 bool server::on_message(connection& from, command what, const std::string& text, unsigned int parameter)
 {
+    from.UpdateHeartBeat(GetServerTime());
+    const bool drawn = what == command::done && has_drawn(from.id(), parameter);
+
     const std::lock_guard lock(guard_);
     const auto entry = peers_.find(from.id());
     if (entry == peers_.end())
         return false;
     peer& sender = entry->second;
-    from.UpdateHeartBeat(GetServerTime());
-
     if (what == command::hello && !sender.greeted)
         return greet(sender, text);
     if (sender.greeted)
@@ -63,6 +58,8 @@ bool server::on_message(connection& from, command what, const std::string& text,
         switch (what)
         {
         case command::ready:
+            if (sender.ticket != 0)
+                break; // it owes us an answer
             sender.idle = true;
             hand_out();
             return true;
@@ -71,10 +68,11 @@ bool server::on_message(connection& from, command what, const std::string& text,
                         printable(text, kLongestOutputLine).c_str());
             return true;
         case command::done:
-            take_result(sender, parameter, true, "");
+            take_result(sender, parameter,
+                        drawn ? std::nullopt : std::optional<std::string>("its file is missing or damaged"));
             return true;
         case command::failed:
-            take_result(sender, parameter, false, printable(text, kLongestReason));
+            take_result(sender, parameter, printable(text, kLongestReason));
             return true;
         case command::heartbeat:
             return true;
@@ -98,6 +96,7 @@ bool server::greet(peer& from, const std::string& text)
         return false;
     }
     from.greeted = true;
+    from.due = GetServerTime() + settings_.silence_seconds;
     from.record = records_.size();
     records_.push_back({introduction->name, 0, 0, 0, false});
     AddLogEntry(GetDefaultLogger(), kInfo, kModule, "connection %d is worker %s", from.stream->id(),
@@ -105,22 +104,37 @@ bool server::greet(peer& from, const std::string& text)
     return true;
 }
 
-void server::take_result(peer& from, unsigned int ticket, bool success, const std::string& reason)
+// Whether the file of a worker's order is a whole picture of the right size. Reading it takes time, so
+// nothing is locked meanwhile; an order that is taken away in between makes the answer a late one.
+bool server::has_drawn(int worker, unsigned int ticket)
+{
+    std::optional<assignment> given;
+    {
+        const std::lock_guard lock(guard_);
+        given = board_.running(ticket, worker);
+    }
+    const auto picture = given ? load_png(part_file(*given)) : std::nullopt;
+    return picture && picture->width == settings_.width && picture->height == settings_.height;
+}
+
+// A worker writes under a name of its ticket; only an accepted answer becomes the frame. So a late
+// answer can never replace a good frame.
+void server::take_result(peer& from, unsigned int ticket, std::optional<std::string> failure)
 {
     worker_record& record = records_[from.record];
     const auto given = board_.running(ticket, from.stream->id());
-    const std::string why = !given               ? "a late answer"
-                            : !success           ? reason
-                            : keep_frame(*given) ? ""
-                                                 : "its file is missing or damaged";
     if (!given)
     {
-        AddLogEntry(GetDefaultLogger(), kInfo, kModule, "%s: %s for ticket %u is dropped",
-                    record.name.c_str(), why.c_str(), ticket);
+        AddLogEntry(GetDefaultLogger(), kInfo, kModule, "%s: a late answer for ticket %u is dropped",
+                    record.name.c_str(), ticket);
         return;
     }
-    const ruling outcome = board_.report(ticket, from.stream->id(), why.empty());
-    if (outcome.outcome == verdict::accepted)
+    if (!failure && !KFileSystem::MvFile(part_file(*given), frame_file(given->frame)))
+        failure = "its file cannot be moved";
+    from.ticket = 0;
+    from.due = GetServerTime() + settings_.silence_seconds;
+    const ruling outcome = board_.report(ticket, from.stream->id(), !failure);
+    if (!failure)
     {
         ++record.done;
         AddLogEntry(GetDefaultLogger(), kInfo, kModule, "frame %d done by %s", outcome.frame,
@@ -129,18 +143,8 @@ void server::take_result(peer& from, unsigned int ticket, bool success, const st
     }
     ++record.failed;
     AddLogEntry(GetDefaultLogger(), kSevere, kModule, "frame %d failed at %s (try %d of %d): %s",
-                outcome.frame, record.name.c_str(), outcome.attempt, settings_.tries, why.c_str());
+                outcome.frame, record.name.c_str(), outcome.attempt, settings_.tries, failure->c_str());
     hand_out();
-}
-
-// A worker writes under a name of its ticket; only an accepted answer becomes the frame. So a late
-// answer can never replace a good frame.
-bool server::keep_frame(const assignment& given)
-{
-    const std::string part = KFileSystem::GetFileFromMask(part_mask(given.ticket), given.frame);
-    const auto picture = load_png(part);
-    return picture && picture->width == settings_.width && picture->height == settings_.height &&
-           KFileSystem::MvFile(part, frame_file(given.frame));
 }
 
 // Gives waiting frames to idle workers.
@@ -158,6 +162,8 @@ void server::hand_out()
 void server::give(peer& to, const assignment& given)
 {
     to.idle = false;
+    to.ticket = given.ticket;
+    to.due = GetServerTime() + settings_.limit_seconds + settings_.silence_seconds;
     if (started_ == 0)
         started_ = ::GetTickCount64();
     const order work{given.frame,      settings_.frame_count,   settings_.width,
@@ -196,7 +202,7 @@ void server::note_loss(const peer& lost, const std::vector<ruling>& rulings)
     }
 }
 
-void server::check_heartbeats()
+void server::check_workers()
 {
     const std::lock_guard lock(guard_);
     const long long now = GetServerTime();
@@ -206,7 +212,15 @@ void server::check_heartbeats()
         {
             AddLogEntry(GetDefaultLogger(), kSevere, kModule, "connection %d has been silent for too long",
                         id);
+            candidate.idle = false;       // no order for it until then
             candidate.stream->Shutdown(); // its close record brings on_closed
+        }
+        else if (candidate.greeted && !candidate.idle && now > candidate.due)
+        {
+            // A heartbeat proves a connection, not progress.
+            AddLogEntry(GetDefaultLogger(), kSevere, kModule, "%s neither answers nor asks for work",
+                        records_[candidate.record].name.c_str());
+            candidate.stream->Shutdown();
         }
         else if (now - candidate.last_heartbeat_sent >= kHeartbeatSeconds)
         {
@@ -269,6 +283,11 @@ std::string server::frame_file(int frame) const
 std::string server::part_mask(unsigned int ticket) const
 {
     return settings_.folder + "\\parts\\" + std::to_string(ticket) + ".####.png";
+}
+
+std::string server::part_file(const assignment& given) const
+{
+    return KFileSystem::GetFileFromMask(part_mask(given.ticket), given.frame);
 }
 
 int server::worker_count() const

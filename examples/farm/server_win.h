@@ -21,7 +21,7 @@ struct server_settings
     int height = 180;
     int tries = 3;
     int limit_seconds = 60;    ///< for one frame on a worker
-    int silence_seconds = 10;  ///< without a word from a worker it counts as lost
+    int silence_seconds = 10;  ///< without a word, or this long past its time, a worker counts as lost
     int patience_seconds = 60; ///< without any worker the job is given up
     int threads = 2;           ///< port threads
     std::string folder;        ///< frames, contact sheet and log
@@ -34,13 +34,8 @@ class server : public connection_handler
 public:
     explicit server(const server_settings& settings);
 
-    /// Takes over a connection whose peer is to be served.
-    void add(connection* accepted);
-    /// Forgets a connection that could not be served.
-    void forget(connection* refused);
-
-    /// Once a second: heartbeats out, silent workers away.
-    void check_heartbeats();
+    /// Once a second: heartbeats out, workers that are silent or stuck away.
+    void check_workers();
 
     /// Says farewell to all workers and ends the other connections.
     void dismiss();
@@ -55,6 +50,7 @@ public:
     /// The file that a frame ends up in.
     std::string frame_file(int frame) const;
 
+    void on_opened(connection& accepted) override;
     bool on_message(connection& from, command what, const std::string& text, unsigned int parameter) override;
     void on_closed(connection& ended) override;
 
@@ -65,18 +61,21 @@ private:
         std::string host;       // as logged
         std::size_t record = 0; // its line in the table; meaningful once greeted
         bool greeted = false;
-        bool idle = false;
+        bool idle = false;       // waits for an order
+        unsigned int ticket = 0; // of the order it works on; 0: none
+        long long due = 0;       // server time by which a worker that is not idle has to move on
         long long last_heartbeat_sent = 0;
     };
 
     bool greet(peer& from, const std::string& text);
-    void take_result(peer& from, unsigned int ticket, bool success, const std::string& reason);
-    bool keep_frame(const assignment& given);
+    bool has_drawn(int worker, unsigned int ticket);
+    void take_result(peer& from, unsigned int ticket, std::optional<std::string> failure);
     void hand_out();
     void give(peer& to, const assignment& given);
     void note_loss(const peer& lost, const std::vector<ruling>& rulings);
     int worker_count() const;
     std::string part_mask(unsigned int ticket) const;
+    std::string part_file(const assignment& given) const;
 
     const server_settings settings_;
     std::mutex guard_;

@@ -15,12 +15,17 @@ std::uint8_t red_at(const farm::image& picture, int x, int y)
 {
     return picture.pixels[static_cast<std::size_t>(3 * (y * picture.width + x))];
 }
+/// In two columns, 20 pixels wide.
+farm::image sheet_of(const std::vector<std::optional<farm::image>>& pictures)
+{
+    return farm::contact_sheet(static_cast<int>(pictures.size()), 2, 20,
+                               [&](int i) { return pictures[static_cast<std::size_t>(i)]; });
+}
 } // namespace
 
 TEST(ContactSheet, LaysPicturesOutInRows)
 {
-    const farm::image sheet =
-        farm::contact_sheet({plain(40, 20, 50), plain(40, 20, 100), plain(40, 20, 200)}, 2, 20);
+    const farm::image sheet = sheet_of({plain(40, 20, 50), plain(40, 20, 100), plain(40, 20, 200)});
     EXPECT_EQ(sheet.width, 6 + 2 * 26);
     EXPECT_EQ(sheet.height, 6 + 2 * 16);
     EXPECT_EQ(red_at(sheet, 0, 0), 18) << "the ground";
@@ -28,6 +33,22 @@ TEST(ContactSheet, LaysPicturesOutInRows)
     EXPECT_EQ(red_at(sheet, 36, 10), 100);
     EXPECT_EQ(red_at(sheet, 10, 26), 200);
     EXPECT_EQ(red_at(sheet, 36, 26), 18) << "no fourth picture";
+}
+
+TEST(ContactSheet, LeavesThePlaceOfAMissingPictureEmpty)
+{
+    const farm::image sheet = sheet_of({std::nullopt, plain(40, 20, 100), plain(40, 20, 200)});
+    EXPECT_EQ(red_at(sheet, 10, 10), 18);
+    EXPECT_EQ(red_at(sheet, 36, 10), 100);
+    EXPECT_EQ(red_at(sheet, 10, 26), 200);
+    EXPECT_TRUE(sheet_of({std::nullopt}).pixels.empty());
+}
+
+TEST(ContactSheet, SqueezesAPictureThatIsVeryTall)
+{
+    const farm::image sheet = sheet_of({plain(1, 8192, 50)});
+    EXPECT_EQ(sheet.height, 6 + 80 + 6);
+    EXPECT_EQ(red_at(sheet, 10, 6 + 79), 50);
 }
 
 TEST(SavePng, WritesWhatLoadPngReads)

@@ -61,7 +61,7 @@ public:
         {
             unsigned int what = 0;
             char* text = nullptr;
-            stream_.GetNextMessage(what, &text, nullptr, true);
+            stream_.GetNextMessage(what, &text, &ticket, true);
             stream_.DestroyMessageContent(text);
             if (what == static_cast<unsigned int>(expected))
                 return true;
@@ -69,7 +69,16 @@ public:
         return false;
     }
 
+    /// A sign of life; nothing once the server has ended the connection.
+    void beat()
+    {
+        stream_.AddMessage(static_cast<unsigned int>(farm::command::heartbeat), "", 0, false, false);
+        stream_.FlushWrite();
+    }
+
     void close() { stream_.Close(); }
+
+    unsigned int ticket = 0; ///< of the last message received
 
 private:
     KFramework::KSocket::CKSocketStream stream_;
@@ -237,6 +246,87 @@ TEST_F(Farm, DropsAnAnswerForAnOrderThatIsNotTheSenders)
     expect_all_frames();
 }
 
+TEST_F(Farm, TakesAFailureWithoutAReasonForAFailure)
+{
+    const kf::test::winsock_session winsock;
+    program_run server("farm_server", server_arguments());
+    const std::string at = port();
+    peer terse(at);
+    terse.send(farm::command::hello, "name=terse");
+    terse.send(farm::command::ready, "");
+    ASSERT_TRUE(terse.receive(farm::command::order));
+    terse.send(farm::command::failed, "", terse.ticket);
+    terse.close();
+    program_run ada("farm_worker", worker_arguments(at, "ada"));
+
+    EXPECT_EQ(server.wait(), 0U) << server.output();
+    EXPECT_NE(folder.read("farm_server.log").find("failed at terse (try 1 of 3): "), std::string::npos);
+    expect_all_frames();
+}
+
+TEST_F(Farm, GivesTheFrameOfAWorkerThatNeverAnswersToAnother)
+{
+    const kf::test::winsock_session winsock;
+    program_run server("farm_server", server_arguments(kSmallJob + " --limit 4 --silence 3"));
+    const std::string at = port();
+    peer busy(at);
+    busy.send(farm::command::hello, "name=busy");
+    busy.send(farm::command::ready, "");
+    ASSERT_TRUE(busy.receive(farm::command::order));
+    peer shy(at); // never asks for work, so no failed frame must wait for it
+    shy.send(farm::command::hello, "name=shy");
+    program_run ada("farm_worker", worker_arguments(at, "ada"));
+    const auto ended = [&]
+    {
+        busy.beat();
+        shy.beat();
+        KFramework::MicroSleep(100);
+        return !server.running();
+    };
+    static_cast<void>(wait_until(ended));
+
+    EXPECT_EQ(server.wait(), 0U) << server.output();
+    const std::string log = folder.read("farm_server.log");
+    EXPECT_NE(log.find("busy neither answers nor asks for work"), std::string::npos);
+    EXPECT_NE(log.find("shy neither answers nor asks for work"), std::string::npos);
+    expect_all_frames();
+}
+
+TEST_F(Farm, EndsAWorkerThatAsksAgainWithoutAnAnswer)
+{
+    const kf::test::winsock_session winsock;
+    program_run server("farm_server", server_arguments());
+    const std::string at = port();
+    peer greedy(at);
+    greedy.send(farm::command::hello, "name=greedy");
+    greedy.send(farm::command::ready, "");
+    ASSERT_TRUE(greedy.receive(farm::command::order));
+    greedy.send(farm::command::ready, "");
+    EXPECT_FALSE(greedy.receive(farm::command::order));
+    program_run ada("farm_worker", worker_arguments(at, "ada"));
+
+    EXPECT_EQ(server.wait(), 0U) << server.output();
+    EXPECT_NE(
+        server.output().find("greedy                                       0       0     1  (left early)"),
+        std::string::npos)
+        << server.output();
+    expect_all_frames();
+}
+
+TEST_F(Farm, NeverTakesAnEarlierJobsPicturesForItsOwn)
+{
+    farm::image old{kWidth, kHeight, std::vector<std::uint8_t>(3 * kWidth * kHeight)};
+    for (int frame = 1; frame <= kFrames; ++frame)
+        ASSERT_TRUE(farm::save_png(old, frame_file(frame)));
+    ASSERT_TRUE(farm::save_png(old, folder.text("contact-sheet.png")));
+    program_run server("farm_server", server_arguments(kSmallJob + " --patience 1"));
+    EXPECT_EQ(server.wait(), 1U);
+    EXPECT_NE(server.output().find("farm_server: some frames are missing\n"), std::string::npos)
+        << server.output();
+    EXPECT_FALSE(files::CheckFile(frame_file(1)));
+    EXPECT_FALSE(files::CheckFile(folder.text("contact-sheet.png")));
+}
+
 TEST_F(Farm, EndsARendererThatTakesTooLong)
 {
     program_run server("farm_server",
@@ -277,6 +367,20 @@ TEST(FarmServer, RefusesAMaskWithoutAPlaceForTheNumber)
     program_run server("farm_server", "--output x --mask frame.png");
     EXPECT_EQ(server.wait(), 2U);
     EXPECT_EQ(server.output(), "farm_server: the mask frame.png has no # for the frame number\n");
+}
+
+TEST(FarmServer, RefusesAMaskWithAFolder)
+{
+    program_run server("farm_server", "--output x --mask sub\\f.##.png");
+    EXPECT_EQ(server.wait(), 2U);
+    EXPECT_EQ(server.output(), "farm_server: the mask sub\\f.##.png is no plain file name\n");
+}
+
+TEST(FarmServer, RefusesAFolderThatWouldTakeTheNumber)
+{
+    program_run server("farm_server", "--output C:\\no\\a#b");
+    EXPECT_EQ(server.wait(), 2U);
+    EXPECT_EQ(server.output(), "farm_server: the folder C:\\no\\a#b must not hold a #\n");
 }
 
 TEST(FarmWorker, SaysThatItCannotReachTheServer)

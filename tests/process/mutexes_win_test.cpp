@@ -63,14 +63,26 @@ TEST(WaitTimedConditional, KeepsItsTimeWhileTheClockIsSetBack)
     }();
     boost::mutex* const mutex = CreateMutexW();
     KConditional* const conditional = CreateConditional(mutex);
-    LockMutex(mutex);
     const auto start = std::chrono::steady_clock::now();
-    while (WaitTimedConditional(conditional, 50))
-        ASSERT_LT(std::chrono::steady_clock::now() - start, kf::test::kDeadline);
-    const auto waited = std::chrono::steady_clock::now() - start;
+    std::atomic<bool> over = false;
+    std::atomic<bool> too_late = false;
+    std::thread waiter(
+        [&]
+        {
+            LockMutex(mutex);
+            while (WaitTimedConditional(conditional, 50) && !too_late)
+            {
+            }
+            UnlockMutex(mutex);
+            over = true;
+        });
+    EXPECT_TRUE(kf::test::wait_until([&] { return over.load(); }));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(50));
+    LockMutex(mutex);
+    too_late = true; // by the falling clock the time would never be over
+    SignalConditional(conditional);
     UnlockMutex(mutex);
-    EXPECT_GE(waited, std::chrono::milliseconds(50));
-    EXPECT_LT(waited, kf::test::kDeadline);
+    waiter.join();
     DestroyConditional(conditional);
     DestroyMutex(mutex);
 }
@@ -91,6 +103,40 @@ TEST(WaitConditional, IsASpuriousWakeUpWithTheMutexHeldWhenNoSemaphoreIsLeft)
     std::thread([&] { got = TryLockMutex(mutex); }).join();
     EXPECT_FALSE(got);
     EXPECT_FALSE(WaitTimedConditional(conditional, 1));
+    UnlockMutex(mutex);
+    DestroyConditional(conditional);
+    DestroyMutex(mutex);
+}
+
+TEST(WaitTimedConditional, WaitsForTheMutexOfAnotherThreadWithoutAnEventToWaitOn)
+{
+    boost::mutex* const mutex = CreateMutexW();
+    KConditional* const conditional = CreateConditional(mutex);
+    std::atomic<bool> waiting = false;
+    std::atomic<bool> returned = false;
+    std::thread waiter(
+        [&]
+        {
+            LockMutex(mutex);
+            waiting = true;
+            WaitTimedConditional(conditional, 500);
+            returned = true;
+            UnlockMutex(mutex);
+        });
+    EXPECT_TRUE(kf::test::wait_until([&] { return waiting.load(); }));
+    // Taken while the other waits, and held beyond the end of its wait.
+    EXPECT_TRUE(kf::test::wait_until([&] { return TryLockMutex(mutex); }));
+    {
+        const kf::test::import_hook hook("CreateEventA", &no_event);
+        refused = 0;
+        EXPECT_TRUE(kf::test::wait_until([] { return refused > 1; })); // Boost's try and then our own
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        EXPECT_FALSE(returned);
+        UnlockMutex(mutex);
+        waiter.join();
+    }
+    EXPECT_TRUE(returned);
+    EXPECT_TRUE(TryLockMutex(mutex));
     UnlockMutex(mutex);
     DestroyConditional(conditional);
     DestroyMutex(mutex);

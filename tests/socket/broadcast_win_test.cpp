@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "tests/socket/loopback_sockets_win.h"
-#include "tests/stream/captured_log_win.h"
+#include "tests/support/captured_log_win.h"
 #include "tests/support/captured_output_win.h"
 #include "tests/support/deadline.h"
 #include "tests/support/import_hook_win.h"

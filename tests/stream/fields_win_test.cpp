@@ -1,5 +1,6 @@
 #include "KFramework/core.h"
 #include "KFramework/socket.h"
+#include "tests/stream/fed_receives_win.h"
 #include "tests/stream/port_loop_win.h"
 #include "tests/support/winsock_session_win.h"
 
@@ -135,6 +136,31 @@ TEST(Stream, KeepsTheBlockOfACopyWhenItsSourceGrows)
     while (source.sendCapacity == copy.sendCapacity)
         ASSERT_TRUE(source.AddMessage(2, incompressible_text(20000, 1).c_str(), 0, false, false));
     EXPECT_EQ(std::string(copy.sendBuffer, copy.sendFill), frame(1, "first"));
+}
+
+TEST(Stream, KeepsTheBlocksOfACopyWhoseSourceGrewAndDied)
+{
+    auto source = std::make_unique<CKSocketStream>();
+    source->SetBufferCheck(false);
+    ASSERT_TRUE(source->AddMessage(1, "first", 0, false, false));
+    CKSocketStream copy(*source);
+    ASSERT_TRUE(source->AddMessage(2, incompressible_text(70000, 1).c_str(), 0, false, false));
+    {
+        fed_receives feed(frame_of_size(70000), 4096);
+        ASSERT_TRUE(run_polled(*source, feed));
+    }
+    ASSERT_NE(source->sendBuffer, copy.sendBuffer);
+    ASSERT_NE(source->receiveBuffer, copy.receiveBuffer);
+    source.reset();
+
+    ASSERT_TRUE(copy.AddMessage(3, "next", 0, false, false));
+    fed_receives feed(frame(4, "arrived"), 100);
+    ASSERT_TRUE(run_polled(copy, feed));
+    std::vector<std::string> others; // would take the place of freed blocks
+    for (int i = 0; i < 8; ++i)
+        others.emplace_back(65551, 'x');
+    EXPECT_EQ(std::string(copy.sendBuffer, copy.sendFill), frame(1, "first") + frame(3, "next"));
+    EXPECT_EQ(std::string(copy.receiveBuffer, copy.receiveFill), frame(4, "arrived"));
 }
 
 TEST(Stream, SurvivesInAContainerOfValues)

@@ -1,8 +1,8 @@
 #pragma once
 /// A completion port whose completions a test takes one by one, and one stream on it.
 
-#include "tests/stream/captured_log_win.h"
 #include "tests/stream/port_loop_win.h"
+#include "tests/support/captured_log_win.h"
 #include "tests/support/winsock_session_win.h"
 
 #include <gtest/gtest.h>

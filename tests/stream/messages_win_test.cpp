@@ -1,8 +1,8 @@
 #include "KFramework/core.h"
 #include "KFramework/socket.h"
-#include "tests/stream/captured_log_win.h"
 #include "tests/stream/fed_receives_win.h"
 #include "tests/stream/port_loop_win.h"
+#include "tests/support/captured_log_win.h"
 #include "tests/support/winsock_session_win.h"
 
 #include <chrono>

@@ -1,5 +1,5 @@
 #include "KFramework/socket.h"
-#include "tests/stream/captured_log_win.h"
+#include "tests/support/captured_log_win.h"
 
 #include <cstddef>
 #include <cstring>

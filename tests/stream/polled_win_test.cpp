@@ -1,7 +1,7 @@
 #include "KFramework/socket.h"
-#include "tests/stream/captured_log_win.h"
 #include "tests/stream/fed_receives_win.h"
 #include "tests/stream/port_loop_win.h"
+#include "tests/support/captured_log_win.h"
 #include "tests/support/deadline.h"
 #include "tests/support/import_hook_win.h"
 #include "tests/support/winsock_session_win.h"

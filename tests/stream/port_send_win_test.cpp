@@ -138,6 +138,27 @@ TEST_F(IOCPSend, ForgivesExactlyOneCompletionAfterAClear)
     other.join();
 }
 
+TEST_F(IOCPSend, ForgivesTheCompletionAlsoAfterTwoClears)
+{
+    ASSERT_TRUE(stream_->AddMessage(1, "one", 0, false, false));
+    stream_->ClearBuffers();
+    stream_->ClearBuffers();
+    complete_send();
+    std::atomic<bool> entered = false;
+    std::thread other(
+        [&]
+        {
+            stream_->LockWrite();
+            entered = true;
+            stream_->UnlockWrite();
+        });
+    const bool free = wait_until([&] { return entered.load(); });
+    EXPECT_TRUE(free) << "the completion has left the lock held";
+    if (!free)
+        stream_->UnlockWrite();
+    other.join();
+}
+
 int send_error = 0;
 
 class RefusedSend : public IOCPSend

@@ -97,7 +97,7 @@ TEST(BlockStore, KeepsARetiredBlockUntilToldThatItsOperationHasEnded)
     store.release(used, true);
     EXPECT_EQ(store.count(), 1U);
     EXPECT_EQ(used[16], 'x'); // a freed block is reported by the sanitizer
-    store.free_retired();
+    store.free_retired(nullptr);
     EXPECT_EQ(store.count(), 0U);
 }
 
@@ -106,9 +106,21 @@ TEST(BlockStore, FreesAnUnusedBlockAtOnceAndNeverOneItHandsOut)
     block_store store;
     char* const current = store.make(16);
     store.release(store.make(16), false);
-    store.free_retired();
+    store.free_retired(nullptr);
     EXPECT_EQ(store.count(), 1U);
     current[0] = 'x';
+}
+
+TEST(BlockStore, KeepsARetiredBlockForTheOneWhoStillStandsOnIt)
+{
+    block_store store;
+    char* const current = store.make(16);
+    store.release(current, true); // by another user, who went on to a larger one
+    store.free_retired(current);
+    EXPECT_EQ(store.count(), 1U);
+    current[0] = 'x';
+    store.free_retired(nullptr);
+    EXPECT_EQ(store.count(), 0U);
 }
 
 TEST(BlockStore, KeepsEveryBlockWhenOperationsCannotBeToldApart)
@@ -117,7 +129,7 @@ TEST(BlockStore, KeepsEveryBlockWhenOperationsCannotBeToldApart)
     store.keep_all();
     store.release(store.make(16), false);
     store.release(store.make(16), true);
-    store.free_retired();
+    store.free_retired(nullptr);
     EXPECT_EQ(store.count(), 2U);
 }
 

@@ -21,9 +21,19 @@ int WINAPI no_size(UINT, DWORD, LPCWCH, int, LPSTR, int, LPCCH, LPBOOL)
     return 0;
 }
 
+int WINAPI size_but_no_text(UINT, DWORD, LPCWCH, int, LPSTR room, int, LPCCH, LPBOOL)
+{
+    return room == nullptr ? 4 : 0;
+}
+
 int WINAPI no_wide_size(UINT, DWORD, LPCCH, int, LPWSTR, int)
 {
     return 0;
+}
+
+int WINAPI wide_size_but_no_text(UINT, DWORD, LPCCH, int, LPWSTR room, int)
+{
+    return room == nullptr ? 4 : 0;
 }
 } // namespace
 
@@ -60,6 +70,12 @@ TEST(WideStringToUtf8String, IsEmptyWhenThePlatformGivesNoSize)
     EXPECT_EQ(utf8_of(L"abc"), "");
 }
 
+TEST(WideStringToUtf8String, IsEmptyWhenThePlatformDoesNotConvert)
+{
+    const kf::test::import_hook hook("WideCharToMultiByte", &size_but_no_text);
+    EXPECT_EQ(utf8_of(L"abc"), "");
+}
+
 TEST(Utf8StringToWideString, DecodesEveryLength)
 {
     EXPECT_EQ(Utf8StringToWideString("abc"), L"abc");
@@ -83,6 +99,12 @@ TEST(Utf8StringToWideString, PutsMarksForBrokenSequences)
 TEST(Utf8StringToWideString, IsEmptyWhenThePlatformGivesNoSize)
 {
     const kf::test::import_hook hook("MultiByteToWideChar", &no_wide_size);
+    EXPECT_EQ(Utf8StringToWideString("abc"), L"");
+}
+
+TEST(Utf8StringToWideString, IsEmptyWhenThePlatformDoesNotConvert)
+{
+    const kf::test::import_hook hook("MultiByteToWideChar", &wide_size_but_no_text);
     EXPECT_EQ(Utf8StringToWideString("abc"), L"");
 }
 

@@ -1,4 +1,4 @@
-#include "tests/stream/captured_log_win.h"
+#include "tests/support/captured_log_win.h"
 
 #include "KFramework/core.h"
 
