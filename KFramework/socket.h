@@ -1,9 +1,7 @@
 #pragma once
 /// Networking: raw sockets, the frame that carries one message, and streams that exchange frames by polling or over a
 /// completion port. The host starts Windows Sockets first. Each section says which threads may call it, where failures
-/// show and who ends what it makes.
-//
-// Winsock's own types are the arguments here, so this header includes it, before <windows.h>.
+/// show and who ends what it makes. Winsock's own types are the arguments here, so it is included, before <windows.h>.
 
 // clang-format off
 #include <winsock2.h>

@@ -95,7 +95,8 @@ int CKSocketStream::Write()
     const int error = sent < 0 ? ::WSAGetLastError() : 0;
     if (sent >= 0)
     {
-        DecrementSentBytes(static_cast<unsigned int>(sent), false);
+        // Not DecrementSentBytes: that may take the count for the completion of a cleared send.
+        kf::socket::remove_sent(*this, static_cast<unsigned int>(sent));
         return sent;
     }
     if (would_block(error))

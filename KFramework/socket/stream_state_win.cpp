@@ -132,6 +132,14 @@ void grow_send_buffer(CKSocketStream& stream, std::uint64_t capacity)
     stream.sendCapacity = capacity;
 }
 
+void remove_sent(CKSocketStream& stream, std::uint64_t count) noexcept
+{
+    shared(stream.sendFill).store(stream.sendFill - count);
+    std::memmove(stream.sendBuffer, stream.sendBuffer + count, stream.sendFill);
+    if (stream.sentBytesCounter != nullptr)
+        shared(*stream.sentBytesCounter).fetch_add(count);
+}
+
 void free_ended_sends(CKSocketStream& stream) noexcept
 {
     if (!is_pending(stream.writeEvent) && stream.hidden.use_count() == 1)

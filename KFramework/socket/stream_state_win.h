@@ -116,6 +116,11 @@ void replace_send_block(KFramework::KSocket::CKSocketStream& stream, char* block
 
 void grow_send_buffer(KFramework::KSocket::CKSocketStream& stream, std::uint64_t capacity);
 
+/// Takes sent bytes off the front of the queue and counts them.
+///
+/// @param count  at most what is queued.
+void remove_sent(KFramework::KSocket::CKSocketStream& stream, std::uint64_t count) noexcept;
+
 /// Frees the blocks that an ended send has left.
 void free_ended_sends(KFramework::KSocket::CKSocketStream& stream) noexcept;
 

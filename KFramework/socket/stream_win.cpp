@@ -170,10 +170,7 @@ void CKSocketStream::DecrementSentBytes(unsigned int count, bool lock)
     }
     else
     {
-        shared(sendFill).store(sendFill - count);
-        std::memmove(sendBuffer, sendBuffer + count, sendFill);
-        if (sentBytesCounter != nullptr)
-            shared(*sentBytesCounter).fetch_add(count);
+        kf::socket::remove_sent(*this, count);
     }
     if (lock)
         UnlockWrite();

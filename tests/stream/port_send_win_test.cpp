@@ -159,6 +159,17 @@ TEST_F(IOCPSend, ForgivesTheCompletionAlsoAfterTwoClears)
     other.join();
 }
 
+TEST_F(IOCPSend, KeepsAPolledWriteApartFromAClearedSend)
+{
+    ASSERT_TRUE(stream_->AddMessage(1, "one", 0, false, false));
+    stream_->ClearBuffers();
+    ASSERT_TRUE(stream_->AddMessage(1, "two", 0, false, false)); // waits: the first is still marked
+    EXPECT_EQ(stream_->Write(), 16);
+    EXPECT_FALSE(stream_->HasToWrite()) << "the written bytes would go out a second time";
+    complete_send();
+    EXPECT_TRUE(stream_->AddMessage(1, "three", 0, false, false)) << "and the lock is free";
+}
+
 int send_error = 0;
 
 class RefusedSend : public IOCPSend
