@@ -42,8 +42,7 @@ port_loop::~port_loop()
         ::PostQueuedCompletionStatus(port_, 0, kStopKey, nullptr);
     for (KProcesses::KThreadObject* const thread : threads_)
         KProcesses::JoinThread(thread, 0, nullptr);
-    // Closed sockets still complete their last operations; their records lie in the streams,
-    // so the collector must not delete the streams before these have come.
+    // Closed sockets still complete their last operations; what comes late lets its stream go.
     while (serve_one(200))
     {
     }
@@ -100,7 +99,7 @@ void port_loop::handle(connection& stream, CKSocketOverlappedStruct* record, boo
         stream.SetDisconnected(true);
         stream.Close();
         handler_.on_closed(stream);
-        stream.Release();
+        stream.ended_ = true;
     }
     else if (!success || bytes == 0)
     {
@@ -120,6 +119,18 @@ void port_loop::handle(connection& stream, CKSocketOverlappedStruct* record, boo
         if (stream.HasToWrite())
             stream.IOCPSend();
     }
+    let_go(stream);
+}
+
+// Gives the loop's reference back, once: when the connection has ended and the system works on neither of its
+// records. A send that never completes, since its peer neither reads nor closes, keeps its stream for good: better
+// lost than freed while the system may still write into it.
+void port_loop::let_go(connection& stream)
+{
+    const bool idle = HasOverlappedIoCompleted(&stream.readEvent.overlapped) &&
+                      HasOverlappedIoCompleted(&stream.writeEvent.overlapped);
+    if (stream.ended_ && idle && !stream.let_go_.exchange(true))
+        stream.Release();
 }
 
 void port_loop::received(connection& stream, CKSocketOverlappedStruct& record, unsigned long bytes)

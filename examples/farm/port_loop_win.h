@@ -7,6 +7,7 @@
 
 #include <KFramework/process.h>
 
+#include <atomic>
 #include <string>
 #include <vector>
 
@@ -30,7 +31,10 @@ public:
     bool send(command what, const std::string& text, unsigned int parameter);
 
 private:
+    friend class port_loop;
     int id_;
+    std::atomic<bool> ended_ = false;  // the close record has come
+    std::atomic<bool> let_go_ = false; // the loop has given its reference back
 };
 
 /// What the loop tells its host, on the loop's threads and in parallel for several connections.
@@ -75,6 +79,7 @@ private:
     void received(connection& stream, KFramework::KSocket::CKSocketOverlappedStruct& record,
                   unsigned long bytes);
     bool deliver_messages(connection& stream);
+    static void let_go(connection& stream);
 
     connection_handler& handler_;
     void* port_;
