@@ -48,8 +48,15 @@ std::optional<unsigned long> program_run::wait()
         ADD_FAILURE() << "still running:\n" << output();
         return std::nullopt;
     }
-    // The console's own process may hold the pipe a moment longer; the reader ends by itself after that.
-    EXPECT_TRUE(wait_until([this] { return CheckJoinableThread(reader_->thread) != 0; }));
+    // The console's own process may hold the pipe for long: all is read once nothing waits in it.
+    EXPECT_TRUE(wait_until(
+        [this]
+        {
+            DWORD waiting = 0;
+            return ::PeekNamedPipe(pipes_->stdoutRead, nullptr, 0, nullptr, &waiting, nullptr) == FALSE ||
+                   waiting == 0;
+        }));
+    TerminatePipeReader(reader_, false);
     return code;
 }
 

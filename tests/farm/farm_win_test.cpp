@@ -14,6 +14,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tlhelp32.h>
+
 #include <filesystem>
 
 namespace
@@ -33,6 +35,19 @@ std::string quoted(const std::string& text)
 }
 
 const std::string kSmallJob = "--frames 6 --width 96 --height 54";
+
+/// Whether any process of this name runs.
+bool runs(const wchar_t* name)
+{
+    const HANDLE list = ::CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
+    PROCESSENTRY32W entry = {};
+    entry.dwSize = sizeof entry;
+    bool found = false;
+    for (BOOL more = ::Process32FirstW(list, &entry); more; more = ::Process32NextW(list, &entry))
+        found = found || std::wstring(entry.szExeFile) == name;
+    ::CloseHandle(list);
+    return found;
+}
 
 /// A worker played by the test.
 class peer
@@ -205,6 +220,7 @@ TEST_F(Farm, EndsTheWorkerAndItsRendererWhenTheServerGoesAway)
     server.kill();
     EXPECT_EQ(ada.wait(), 5U);
     EXPECT_NE(ada.output().find("farm_worker: the server went away\n"), std::string::npos) << ada.output();
+    EXPECT_TRUE(wait_until([] { return !runs(L"farm_render.exe"); }));
 }
 
 TEST_F(Farm, GivesTheFrameOfASilentWorkerToAnother)
