@@ -48,7 +48,7 @@ std::optional<unsigned long> program_run::wait()
         ADD_FAILURE() << "still running:\n" << output();
         return std::nullopt;
     }
-    // The console's own process may hold the pipe for long: all is read once nothing waits in it.
+    // Others may hold the pipe longer than the program lives: all is read once nothing waits in it.
     EXPECT_TRUE(wait_until(
         [this]
         {
