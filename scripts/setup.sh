@@ -27,6 +27,7 @@ packages=(
     g++-mingw-w64-x86-64-posix mingw-w64-tools libz-mingw-w64-dev wine64
     libboost1.81-dev libboost-thread1.81-dev libutfcpp-dev zlib1g-dev googletest
     libcli11-dev libstb-dev
+    clang libclang-rt-14-dev
 )
 
 missing_packages()
