@@ -18,7 +18,7 @@ namespace KFramework::KStringHelper
 std::string ToBase64(const std::string& text)
 {
     char* encoded = nullptr;
-    // KEPT[text-ends-at-nul]
+    // KEPT[encoders-end-at-nul]
     const unsigned long long counted =
         KBase64::EncodeAlloc(text.c_str(), std::strlen(text.c_str()), &encoded);
     const base64_buffer owner(encoded);
@@ -28,7 +28,7 @@ std::string ToBase64(const std::string& text)
 std::string FromBase64(const std::string& text)
 {
     char* decoded = nullptr;
-    // KEPT[text-ends-at-nul]: the argument, and what it decodes to.
+    // KEPT[encoders-end-at-nul]: the argument, and what it decodes to.
     const bool whole = KBase64::DecodeAlloc(text.c_str(), std::strlen(text.c_str()), &decoded, nullptr);
     const base64_buffer owner(decoded);
     return whole && decoded != nullptr ? std::string(decoded) : std::string();

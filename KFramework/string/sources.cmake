@@ -10,7 +10,9 @@ kf_sources(
         inline_python.cpp
         lines.cpp
         md5.cpp
+        number_lists.cpp
         numbers.cpp
+        printable_lists.cpp
         replacement.cpp
         text_blocks.cpp
         text_search.cpp

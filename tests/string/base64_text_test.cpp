@@ -30,14 +30,14 @@ TEST(FromBase64, IsEmptyForADamagedText)
         EXPECT_EQ(FromBase64(text), "") << text;
 }
 
-// KEPT[text-ends-at-nul]
+// KEPT[encoders-end-at-nul]
 TEST(ToBase64, EndsAtTheFirstNul)
 {
     EXPECT_EQ(ToBase64(std::string("abc\0def", 7)), "YWJj");
     EXPECT_EQ(ToBase64(std::string("\0abc", 4)), "");
 }
 
-// KEPT[text-ends-at-nul]
+// KEPT[encoders-end-at-nul]
 TEST(FromBase64, EndsAtTheFirstNulOfTheTextAndOfWhatItDecodes)
 {
     EXPECT_EQ(FromBase64(std::string("YWJj\0YWJj", 9)), "abc");
