@@ -9,6 +9,8 @@
 /// Letters are those of the "C" locale, whatever locale the host has set: bytes above 127 pass unchanged.
 /// Every function takes time linear in the size of its arguments.
 
+#include <list>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -240,6 +242,79 @@ KFRAMEWORK_API std::vector<std::string> TokenizeInlinePython(const std::string& 
 ///   ab"c d" -x      => b"c d and -x
 KFRAMEWORK_API bool SplitCommandLines(const std::string& commandLine, std::string& executable,
                                       std::string& arguments);
+
+// --- number lists and ranges -----------------------------------------------------
+//
+// Collections are read only, stay the caller's and must not be null; nobody may change one meanwhile.
+
+/// A text with zeros in front, so that it is at least `width` bytes long.
+///
+/// @param digits  any text; one that is long enough comes back unchanged.
+/// @param width   in bytes; 0 and less change nothing.
+/// @kept    padding-before-sign: the text is not looked at, so zeros go in front of a sign too.
+///
+///   7, 3  => 007
+///   -5, 4 => 00-5
+KFRAMEWORK_API std::string AddNumericPadding(const std::string& digits, int width);
+
+/// The numbers of a list, in its order. Empty pieces are skipped, and TokenizeString's step past a delimiter
+/// (token-step) is made here too.
+///
+/// @param delimiters  a set of bytes; with an empty one the text is one piece.
+/// @return  what the C library's atoi makes of each piece; for a number beyond the range that is up to it.
+/// @kept    numbers-without-ranges: a piece counts up to its first byte that is no digit, and without digits
+///          it is 0.
+///
+///   1,,2,x at , => 1, 2, 0
+///   1-10 at ,   => 1
+KFRAMEWORK_API std::vector<int> TokenizeStringToIntVector(const std::string& text,
+                                                          const std::string& delimiters);
+
+/// As TokenizeStringToIntVector, by atol.
+KFRAMEWORK_API std::vector<long> TokenizeStringToLongVector(const std::string& text,
+                                                            const std::string& delimiters);
+
+/// As TokenizeStringToIntVector; each number once, ascending.
+///
+///   3,1,3 at , => 1, 3
+KFRAMEWORK_API std::set<int> TokenizeStringToIntSet(const std::string& text, const std::string& delimiters);
+
+/// As TokenizeStringToIntSet, by atol.
+KFRAMEWORK_API std::set<long> TokenizeStringToLongSet(const std::string& text, const std::string& delimiters);
+
+/// Every number in decimal, in the collection's order, with "," between them and no blanks.
+///
+/// @kept    printables-plural: the function for a set of long ends in an "s", alone among its like.
+///
+///   5, 4 => 5,4
+KFRAMEWORK_API std::string IntVectorToPrintable(const std::vector<int>* numbers);
+KFRAMEWORK_API std::string LongVectorToPrintable(const std::vector<long>* numbers);
+KFRAMEWORK_API std::string IntSetToPrintable(const std::set<int>* numbers);
+KFRAMEWORK_API std::string LongSetToPrintables(const std::set<long>* numbers);
+
+/// The same with runs of numbers, each one more than the one before, as first number, "-", last number; two
+/// numbers are a run already. docs/file-formats.md has the format.
+///
+/// @kept    ranges-in-order: a vector is neither sorted nor freed of repeats; whatever is not one more than the
+///          number before begins a new item.
+///
+///   {1, 2, 3, 5, 7, 8} => 1-3,5,7-8
+///   {-2, -1, 0}        => -2-0
+///   3, 4, 4, 2         => 3-4,4,2
+KFRAMEWORK_API std::string IntVectorToPrintableRanges(const std::vector<int>* numbers);
+KFRAMEWORK_API std::string LongVectorToPrintableRanges(const std::vector<long>* numbers);
+KFRAMEWORK_API std::string IntSetToPrintableRanges(const std::set<int>* numbers);
+KFRAMEWORK_API std::string LongSetToPrintableRanges(const std::set<long>* numbers);
+
+/// Every text, in the collection's order, with "," between them; nothing is quoted.
+///
+/// @kept    set-keeps-empties: an empty element of a set gets its comma, one of a vector or list is left out.
+///
+///   vector a, (empty), b => a,b
+///   set {(empty), a}     => ,a
+KFRAMEWORK_API std::string StringSetToPrintable(const std::set<std::string>* texts);
+KFRAMEWORK_API std::string StringVectorToPrintable(const std::vector<std::string>* texts);
+KFRAMEWORK_API std::string StringListToPrintable(const std::list<std::string>* texts);
 
 // --- encodings -----------------------------------------------------------------
 

@@ -1,7 +1,7 @@
 # KF_CHECKS chooses what the compiler checks at run time. It applies to everything in the build, the test
 # framework included, because checked containers and sanitizers change layouts.
-set(KF_CHECKS none CACHE STRING "none, traps (MinGW), address or thread (native)")
-set_property(CACHE KF_CHECKS PROPERTY STRINGS none traps address thread)
+set(KF_CHECKS none CACHE STRING "none, traps (MinGW), address, thread (native) or fuzz (native, Clang)")
+set_property(CACHE KF_CHECKS PROPERTY STRINGS none traps address thread fuzz)
 
 # One place for optimisation: CMake's own per-type flags would add another -O.
 set(CMAKE_CXX_FLAGS_RELEASE "-O2 -g -gdwarf-4 -DNDEBUG")
@@ -19,6 +19,14 @@ elseif(KF_CHECKS STREQUAL "address")
 elseif(KF_CHECKS STREQUAL "thread")
   add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
   add_link_options(-fsanitize=thread)
+elseif(KF_CHECKS STREQUAL "fuzz")
+  if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    message(FATAL_ERROR "KF_CHECKS=fuzz needs Clang with its fuzzer run-time library: run scripts/setup.sh")
+  endif()
+  # Everything counts which edges it takes; only a target's own link brings the fuzzer's main function.
+  add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_compile_definitions(_GLIBCXX_ASSERTIONS)
+  add_link_options(-fsanitize=address,undefined)
 elseif(NOT KF_CHECKS STREQUAL "none")
-  message(FATAL_ERROR "KF_CHECKS must be none, traps, address or thread, not '${KF_CHECKS}'")
+  message(FATAL_ERROR "KF_CHECKS must be none, traps, address, thread or fuzz, not '${KF_CHECKS}'")
 endif()

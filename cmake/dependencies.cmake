@@ -67,7 +67,7 @@ else()
   set(KF_GTEST_SOURCE /usr/src/googletest)
 endif()
 
-if(BUILD_TESTING)
+if(BUILD_TESTING AND NOT KF_CHECKS STREQUAL "fuzz")
   if(EXISTS ${KF_GTEST_SOURCE}/googletest/src/gtest-all.cc)
     # Built here so that it shares our flags: checked containers change layouts.
     add_library(kf_gtest STATIC ${KF_GTEST_SOURCE}/googletest/src/gtest-all.cc

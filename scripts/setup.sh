@@ -1,7 +1,7 @@
 #!/bin/bash
-# Installs what the build needs on Debian 12 (through apt, as root) and builds what Debian does not package for
-# MinGW. Quick when nothing is missing. KFRAMEWORK_DEPS names the folder of the built dependencies; without it
-# they lie in build/deps.
+# setup.sh [further packages...]: installs what the build needs on Debian 12 (through apt, as root) and builds what
+# Debian does not package for MinGW. Quick when nothing is missing. KFRAMEWORK_DEPS names the folder of the built
+# dependencies; without it they lie in build/deps.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -27,6 +27,8 @@ packages=(
     g++-mingw-w64-x86-64-posix mingw-w64-tools libz-mingw-w64-dev wine64
     libboost1.81-dev libboost-thread1.81-dev libutfcpp-dev zlib1g-dev googletest
     libcli11-dev libstb-dev
+    clang libclang-rt-14-dev
+    "$@"
 )
 
 missing_packages()

@@ -1,5 +1,6 @@
 #!/bin/bash
-# Builds and tests all four presets, from a bare Debian 12 on. Ends with CTest's summary.
+# Builds and tests all four presets and runs each fuzz target for five seconds, from a bare Debian 12 on. Ends with
+# CTest's summary.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -10,6 +11,8 @@ fail()
 }
 
 scripts/setup.sh || fail "setting up failed"
+echo "== fuzz"
+scripts/fuzz.sh 5 || fail "fuzzing failed"
 for preset in native-asan native-tsan mingw-debug mingw-release; do
     echo "== $preset"
     cmake --preset "$preset" --log-level=WARNING >/dev/null || fail "configuring $preset failed"

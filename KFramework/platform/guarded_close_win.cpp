@@ -23,9 +23,11 @@ thread_local guarded_frame* volatile innermost = nullptr;
 
 LONG CALLBACK resume_at_frame(EXCEPTION_POINTERS* exception)
 {
-    guarded_frame* const frame = innermost;
     const DWORD code = exception->ExceptionRecord->ExceptionCode;
-    if (frame == nullptr || (code >> 30) != kErrorSeverity || code == kStackOverflow)
+    if ((code >> 30) != kErrorSeverity || code == kStackOverflow)
+        return EXCEPTION_CONTINUE_SEARCH; // before the look at thread storage, which may allocate on first use
+    guarded_frame* const frame = innermost;
+    if (frame == nullptr)
         return EXCEPTION_CONTINUE_SEARCH;
     innermost = nullptr;
     frame->code = code;

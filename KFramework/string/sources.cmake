@@ -6,7 +6,9 @@ kf_sources(
         extraction.cpp
         inline_python.cpp
         lines.cpp
+        number_lists.cpp
         numbers.cpp
+        printable_lists.cpp
         replacement.cpp
         text_blocks.cpp
         text_search.cpp
