@@ -3,56 +3,83 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <iterator>
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 
 #include "KFramework/filesystem.h"
 #include "KFramework/platform/windows_win.h"
 #include "tests/filesystem/gzip_bytes.h"
+#include "tests/support/call_fault_win.h"
 #include "tests/support/captured_output_win.h"
+#include "tests/support/handle_count_win.h"
 #include "tests/support/import_hook_win.h"
 #include "tests/support/temporary_folder.h"
 
 namespace fs = KFramework::KFileSystem;
 using namespace kf::filesystem::test;
+using kf::test::call_fault;
 using kf::test::captured_output;
+using kf::test::fail_each_call;
+using kf::test::fault_span;
 using kf::test::import_hook;
 
 namespace
 {
-/// Which call fails, counted from 0; below 0 once it has failed.
-int failing_call = 0;
-
-bool fails_now()
-{
-    return failing_call-- == 0;
-}
-
 void flag_error(std::FILE* file)
 {
     file->_flag |= _IOERR;
 }
 
-std::size_t failing_read(void* data, std::size_t size, std::size_t count, std::FILE* file)
+std::size_t failing_read(void*, std::size_t, std::size_t, std::FILE* file)
 {
-    if (!fails_now())
-        return std::fread(data, size, count, file);
     flag_error(file);
     return 0;
 }
 
-std::size_t failing_write(const void* data, std::size_t size, std::size_t count, std::FILE* file)
+std::size_t failing_write(const void*, std::size_t, std::size_t count, std::FILE* file)
 {
-    if (!fails_now())
-        return std::fwrite(data, size, count, file);
     flag_error(file);
     return count / 2;
 }
 
-std::size_t short_write(const void* data, std::size_t size, std::size_t count, std::FILE* file)
+/// Closes the file all the same, as the runtime does.
+int failing_close(std::FILE* file)
 {
-    return std::fwrite(data, size, count > 0 && fails_now() ? count - 1 : count, file);
+    std::fclose(file);
+    return EOF;
+}
+
+using open_fault = call_fault<"fopen", std::FILE*(const char*, const char*)>;
+using read_fault = call_fault<"fread", std::size_t(void*, std::size_t, std::size_t, std::FILE*)>;
+using write_fault = call_fault<"fwrite", std::size_t(const void*, std::size_t, std::size_t, std::FILE*)>;
+
+/// Writes all but one byte and sets no error flag.
+struct written_bytes_fault : write_fault
+{
+    written_bytes_fault()
+        : write_fault([](const void* data, std::size_t size, std::size_t count, std::FILE* file)
+                      { return std::fwrite(data, size, count - 1, file); })
+    {
+        only([](const void*, std::size_t, std::size_t count, std::FILE*) { return count > 0; });
+    }
+};
+
+using flush_fault = call_fault<"fflush", int(std::FILE*)>;
+using close_fault = call_fault<"fclose", int(std::FILE*)>;
+using temporary_fault = call_fault<"tmpfile", std::FILE*()>;
+using seek_fault = call_fault<"fseek", int(std::FILE*, long, int)>;
+using tell_fault = call_fault<"ftell", long(std::FILE*)>;
+using allocation_fault = call_fault<"malloc", void*(std::size_t)>;
+
+/// Only what zlib asks for is this large; the runtime must never be refused.
+bool asked_by_zlib(std::size_t size)
+{
+    return size >= 5000;
 }
 
 std::size_t largest_read = 0;
@@ -70,44 +97,24 @@ std::size_t measured_write(const void* data, std::size_t size, std::size_t count
     return std::fwrite(data, size, count, file);
 }
 
-int failing_flush(std::FILE* file)
+/// An environment variable of this process for the length of a test.
+class environment_value
 {
-    return fails_now() ? EOF : std::fflush(file);
-}
+public:
+    environment_value(const char* name, const std::string& value) : name_(name)
+    {
+        if (const char* const old = std::getenv(name))
+            old_ = old;
+        ::_putenv_s(name, value.c_str());
+    }
+    environment_value(const environment_value&) = delete;
+    environment_value& operator=(const environment_value&) = delete;
+    ~environment_value() { ::_putenv_s(name_, old_.c_str()); }
 
-std::FILE* failing_temporary()
-{
-    return fails_now() ? nullptr : std::tmpfile();
-}
-
-long failing_tell(std::FILE* file)
-{
-    return fails_now() ? -1 : std::ftell(file);
-}
-
-/// Only what zlib asks for is this large; the runtime must never be refused.
-void* failing_allocation(std::size_t size)
-{
-    constexpr std::size_t kSmallestOfZlib = 5000;
-    return size >= kSmallestOfZlib && fails_now() ? nullptr : std::malloc(size);
-}
-
-int opened = 0;
-int closed = 0;
-
-std::FILE* counted_open(const char* path, const char* mode)
-{
-    std::FILE* const file = std::fopen(path, mode);
-    if (file != nullptr)
-        ++opened;
-    return file;
-}
-
-int counted_close(std::FILE* file)
-{
-    ++closed;
-    return std::fclose(file);
-}
+private:
+    const char* name_;
+    std::string old_;
+};
 
 /// Sets error flags of the process's standard streams for the length of a test.
 class standard_errors
@@ -137,27 +144,24 @@ protected:
     bool file_to_text() { return fs::UncompressFileToText(path("packed").c_str(), text); }
     bool buffer_to_text() { return fs::UncompressBufferToText(packed.data(), packed.size(), text); }
 
-    /// Lets the first, second, ... call fail until there is none left to fail; each failure must make the
-    /// operation fail and say exactly this.
+    /// Lets each call fail alone, then each with all that follow it. A failure must make the operation fail and say
+    /// exactly this; without one, and right after one, it works.
     ///
     /// @return  how many calls there were.
-    template <class Operation>
-    int fail_each(Operation operation, const std::string& diagnostic)
+    template <class Fault, class Operation>
+    int fail_each(Fault&& fault, Operation operation, const std::string& diagnostic)
     {
-        for (int call = 0;; ++call)
-        {
-            failing_call = call;
-            captured_output said(captured_output::stream::error);
-            const bool result = operation();
-            if (failing_call >= 0)
-            {
-                EXPECT_TRUE(result);
-                EXPECT_EQ(said.text(), "");
-                return call;
-            }
-            EXPECT_FALSE(result) << call;
-            EXPECT_EQ(said.text(), diagnostic) << call;
-        }
+        int calls = 0;
+        for (const fault_span span : {fault_span::single, fault_span::lasting})
+            calls = fail_each_call(fault, span,
+                                   [&]
+                                   {
+                                       captured_output said(captured_output::stream::error);
+                                       const bool result = operation();
+                                       EXPECT_EQ(result, !fault.happened());
+                                       EXPECT_EQ(said.text(), fault.happened() ? diagnostic : "");
+                                   });
+        return calls;
     }
 
     std::string path(const char* name) const { return folder.text(name); }
@@ -192,52 +196,36 @@ TEST_F(GzipPieces, AreOf16384BytesInBothDirections)
 
 TEST_F(CompressFileFailing, ReportsEveryReadAndWriteWithThePrefixAlone)
 {
-    {
-        const import_hook hook("fread", &failing_read);
-        EXPECT_EQ(fail_each([&] { return compress(); }, "zlib: "), 3);
-    }
-    {
-        const import_hook hook("fwrite", &failing_write);
-        EXPECT_GE(fail_each([&] { return compress(); }, "zlib: "), 3);
-    }
-    {
-        const import_hook hook("fwrite", &short_write);
-        EXPECT_GE(fail_each([&] { return compress(); }, "zlib: "), 3);
-    }
-    {
-        const import_hook hook("fflush", &failing_flush);
-        EXPECT_EQ(fail_each([&] { return compress(); }, "zlib: "), 1);
-    }
+    const auto operation = [&] { return compress(); };
+    EXPECT_EQ(fail_each(read_fault(&failing_read), operation, "zlib: "), 3);
+    EXPECT_GE(fail_each(write_fault(&failing_write), operation, "zlib: "), 3);
+    EXPECT_GE(fail_each(written_bytes_fault(), operation, "zlib: "), 3);
+    EXPECT_EQ(fail_each(flush_fault(EOF, 0), operation, "zlib: "), 1);
+    EXPECT_EQ(folder.read("made"), packed);
+}
+
+TEST_F(CompressFileFailing, IsSilentWhenAFileCannotBeOpened)
+{
+    EXPECT_EQ(fail_each(
+                  open_fault(nullptr, 0), [&] { return compress(); }, ""),
+              2);
     EXPECT_EQ(folder.read("made"), packed);
 }
 
 TEST_F(CompressFileFailing, ReportsEveryAllocation)
 {
-    const import_hook hook("malloc", &failing_allocation);
-    EXPECT_EQ(fail_each([&] { return compress(); }, "zlib: out of memory\n"), 5);
-}
-
-TEST_F(CompressFileFailing, LeavesNoFileOpen)
-{
-    const import_hook open("fopen", &counted_open);
-    const import_hook close("fclose", &counted_close);
-    const import_hook write("fwrite", &failing_write);
-    opened = closed = 0;
-    failing_call = 1;
-    EXPECT_FALSE(compress());
-    EXPECT_EQ(opened, 2);
-    EXPECT_EQ(closed, 2);
-    EXPECT_FALSE(fs::CompressFile(path("missing").c_str(), path("made").c_str()));
-    EXPECT_FALSE(fs::UncompressFile(path("missing").c_str(), path("made").c_str()));
-    EXPECT_FALSE(fs::CompressFile(path("plain").c_str(), path("missing/made").c_str()));
-    EXPECT_EQ(opened, 5);
-    EXPECT_EQ(closed, 5);
+    allocation_fault fault(nullptr, 0);
+    fault.only(&asked_by_zlib);
+    EXPECT_EQ(fail_each(
+                  fault, [&] { return compress(); }, "zlib: out of memory\n"),
+              5);
 }
 
 // KEPT[standard-stream-flags]
 TEST_F(CompressFileFailing, SpeaksOfTheStandardStreamsThatHaveTheirErrorFlagSet)
 {
-    const import_hook hook("fread", &failing_read);
+    read_fault fault(&failing_read);
+    fault.lastingly(0);
     const std::string input = "error reading stdin\n";
     const std::string output = "error writing stdout\n";
     for (const auto& [of_input, of_output, expected] :
@@ -247,7 +235,6 @@ TEST_F(CompressFileFailing, SpeaksOfTheStandardStreamsThatHaveTheirErrorFlagSet)
         const standard_errors flags(of_input, of_output);
         for (const bool packing : {true, false})
         {
-            failing_call = 0;
             captured_output said(captured_output::stream::error);
             EXPECT_FALSE(packing ? compress() : uncompress());
             EXPECT_EQ(said.text(), expected);
@@ -280,89 +267,131 @@ TEST_F(CompressFileFailing, TakesPathsInTheCodePageOfTheProcess)
 
 TEST_F(UncompressFileFailing, ReportsEveryReadAndWriteWithThePrefixAlone)
 {
-    {
-        const import_hook hook("fread", &failing_read);
-        EXPECT_EQ(fail_each([&] { return uncompress(); }, "zlib: "), 3);
-    }
-    {
-        const import_hook hook("fwrite", &failing_write);
-        EXPECT_GE(fail_each([&] { return uncompress(); }, "zlib: "), 3);
-    }
-    {
-        const import_hook hook("fwrite", &short_write);
-        EXPECT_GE(fail_each([&] { return uncompress(); }, "zlib: "), 3);
-    }
-    {
-        const import_hook hook("fflush", &failing_flush);
-        EXPECT_EQ(fail_each([&] { return uncompress(); }, "zlib: "), 1);
-    }
+    const auto operation = [&] { return uncompress(); };
+    EXPECT_EQ(fail_each(read_fault(&failing_read), operation, "zlib: "), 3);
+    EXPECT_GE(fail_each(write_fault(&failing_write), operation, "zlib: "), 3);
+    EXPECT_GE(fail_each(written_bytes_fault(), operation, "zlib: "), 3);
+    EXPECT_EQ(fail_each(flush_fault(EOF, 0), operation, "zlib: "), 1);
+    EXPECT_EQ(folder.read("made"), plain);
+}
+
+TEST_F(UncompressFileFailing, IsSilentWhenAFileCannotBeOpened)
+{
+    EXPECT_EQ(fail_each(
+                  open_fault(nullptr, 0), [&] { return uncompress(); }, ""),
+              2);
     EXPECT_EQ(folder.read("made"), plain);
 }
 
 TEST_F(UncompressFileFailing, ReportsEveryAllocation)
 {
-    const import_hook hook("malloc", &failing_allocation);
-    EXPECT_EQ(fail_each([&] { return uncompress(); }, "zlib: out of memory\n"), 2);
+    allocation_fault fault(nullptr, 0);
+    fault.only(&asked_by_zlib);
+    EXPECT_EQ(fail_each(
+                  fault, [&] { return uncompress(); }, "zlib: out of memory\n"),
+              2);
 }
 
 TEST_F(UncompressToTextFailing, IsFalseAndSilentWhateverCallFails)
 {
-    {
-        const import_hook hook("fread", &failing_read);
-        EXPECT_EQ(fail_each([&] { return file_to_text(); }, ""), 4); // the fourth reads the text back
-        EXPECT_EQ(fail_each([&] { return buffer_to_text(); }, ""), 4);
-    }
-    {
-        const import_hook hook("fwrite", &failing_write);
-        EXPECT_GE(fail_each([&] { return file_to_text(); }, ""), 3);
-        EXPECT_GE(fail_each([&] { return buffer_to_text(); }, ""), 4);
-    }
-    {
-        const import_hook hook("fflush", &failing_flush);
-        EXPECT_EQ(fail_each([&] { return file_to_text(); }, ""), 1);
-        EXPECT_EQ(fail_each([&] { return buffer_to_text(); }, ""), 2);
-    }
-    const import_hook hook("malloc", &failing_allocation);
-    EXPECT_EQ(fail_each([&] { return file_to_text(); }, ""), 2);
-    EXPECT_EQ(fail_each([&] { return buffer_to_text(); }, ""), 2);
+    const auto from_file = [&] { return file_to_text(); };
+    const auto from_buffer = [&] { return buffer_to_text(); };
+    EXPECT_EQ(fail_each(read_fault(&failing_read), from_file, ""), 4); // the fourth reads the text back
+    EXPECT_EQ(fail_each(read_fault(&failing_read), from_buffer, ""), 4);
+    EXPECT_GE(fail_each(write_fault(&failing_write), from_file, ""), 3);
+    EXPECT_GE(fail_each(write_fault(&failing_write), from_buffer, ""), 4);
+    EXPECT_EQ(fail_each(flush_fault(EOF, 0), from_file, ""), 1);
+    EXPECT_EQ(fail_each(flush_fault(EOF, 0), from_buffer, ""), 2);
+    EXPECT_EQ(fail_each(open_fault(nullptr, 0), from_file, ""), 1);
+    allocation_fault fault(nullptr, 0);
+    fault.only(&asked_by_zlib);
+    EXPECT_EQ(fail_each(fault, from_file, ""), 2);
+    EXPECT_EQ(fail_each(fault, from_buffer, ""), 2);
 }
 
-TEST_F(UncompressToTextFailing, LeavesTheTextWithoutATemporaryFileOrItsLength)
+TEST_F(UncompressToTextFailing, LeavesTheTextWhenNoTemporaryFileCanBeMadeOrReadBack)
 {
+    const auto expect_unchanged_by = [&](auto&& fault, auto operation, int calls)
     {
-        const import_hook hook("tmpfile", &failing_temporary);
-        failing_call = 0;
-        EXPECT_FALSE(file_to_text());
-        EXPECT_EQ(text, "old");
-        for (const int call : {0, 1})
+        EXPECT_EQ(fail_each_call(fault, fault_span::single,
+                                 [&]
+                                 {
+                                     text = "old";
+                                     const bool result = operation();
+                                     EXPECT_EQ(result, !fault.happened());
+                                     EXPECT_EQ(text == "old", fault.happened());
+                                 }),
+                  calls);
+    };
+    const auto from_file = [&] { return file_to_text(); };
+    const auto from_buffer = [&] { return buffer_to_text(); };
+    expect_unchanged_by(open_fault(nullptr, 0), from_file, 1);
+    expect_unchanged_by(temporary_fault(nullptr, 0), from_file, 1);
+    expect_unchanged_by(temporary_fault(nullptr, 0), from_buffer, 2);
+    expect_unchanged_by(seek_fault(-1, 0), from_file, 1);
+    expect_unchanged_by(tell_fault(-1, 0), from_file, 1); // as for a text of 2 GiB
+    expect_unchanged_by(tell_fault(-1, 0), from_buffer, 1);
+}
+
+TEST_F(GzipFailures, OfClosingAreTooLateToCount)
+{
+    close_fault fault(&failing_close);
+    for (const auto& [operation, files] :
+         {std::pair<std::function<bool()>, int>{[&] { return compress(); }, 2},
+          {[&] { return uncompress(); }, 2},
+          {[&] { return file_to_text(); }, 2},
+          {[&] { return buffer_to_text(); }, 2}})
+    {
+        captured_output said(captured_output::stream::error);
+        fault.lastingly(0);
+        EXPECT_TRUE(operation());
+        EXPECT_EQ(fault.failed(), files);
+        EXPECT_EQ(said.text(), "");
+    }
+    EXPECT_EQ(folder.read("made"), plain);
+}
+
+/// Every call of every function fails in turn, once and lastingly.
+TEST_F(GzipFailures, LeakNoHandleAndNoTemporaryFile)
+{
+    const kf::test::temporary_folder temporary;
+    captured_output said(captured_output::stream::error);
+    const environment_value place("TMP", temporary.text());
+    std::size_t most_temporary_files = 0;
+    const auto count_files = [&]
+    {
+        const std::filesystem::directory_iterator entries(temporary.path());
+        return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
+    };
+    const auto run_all = [&](auto&& fault)
+    {
+        for (const fault_span span : {fault_span::single, fault_span::lasting})
+            fail_each_call(fault, span,
+                           [&]
+                           {
+                               compress();
+                               uncompress();
+                               file_to_text();
+                               buffer_to_text();
+                           });
+    };
+    run_all(close_fault(&failing_close)); // and whatever opens things once does so now
+    const std::size_t handles = kf::test::handle_count();
+    run_all(open_fault(nullptr, 0));
+    run_all(read_fault(&failing_read));
+    run_all(write_fault(&failing_write));
+    run_all(written_bytes_fault());
+    run_all(flush_fault(EOF, 0));
+    run_all(temporary_fault(nullptr, 0));
+    run_all(seek_fault(-1, 0));
+    run_all(tell_fault(
+        [&](std::FILE*)
         {
-            failing_call = call;
-            EXPECT_FALSE(buffer_to_text());
-            EXPECT_EQ(text, "old");
-        }
-        EXPECT_EQ(fail_each([&] { return file_to_text(); }, ""), 1);
-        EXPECT_EQ(fail_each([&] { return buffer_to_text(); }, ""), 2);
-    }
-    text = "old";
-    const import_hook hook("ftell", &failing_tell); // as for a text of 2 GiB
-    failing_call = 0;
-    EXPECT_FALSE(file_to_text());
-    EXPECT_EQ(text, "old");
-}
-
-TEST_F(UncompressToTextFailing, LeavesNoFileOpen)
-{
-    const import_hook close("fclose", &counted_close);
-    const import_hook read("fread", &failing_read);
-    closed = 0;
-    failing_call = 0;
-    EXPECT_FALSE(file_to_text());
-    EXPECT_EQ(closed, 2);
-    failing_call = 0;
-    EXPECT_FALSE(buffer_to_text());
-    EXPECT_EQ(closed, 4);
-    const import_hook temporary("tmpfile", &failing_temporary);
-    failing_call = 1;
-    EXPECT_FALSE(buffer_to_text());
-    EXPECT_EQ(closed, 5);
+            most_temporary_files = std::max(most_temporary_files, count_files());
+            return -1;
+        }));
+    EXPECT_EQ(kf::test::handle_count(), handles);
+    EXPECT_EQ(most_temporary_files, 2u) << "temporary files were not made where they are looked for";
+    EXPECT_EQ(count_files(), 0u);
+    EXPECT_TRUE(compress() && uncompress() && file_to_text() && buffer_to_text());
 }
