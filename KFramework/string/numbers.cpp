@@ -124,6 +124,19 @@ std::string FromFloatNoFixed(float value, int precision)
     return FromDoubleNoFixed(static_cast<double>(value), precision);
 }
 
+std::string AddNumericPadding(const std::string& digits, int width)
+{
+    const std::size_t wanted = width > 0 ? static_cast<std::size_t>(width) : 0;
+    if (digits.size() >= wanted)
+        return digits;
+    std::string padded;
+    padded.reserve(wanted);
+    // KEPT[padding-before-sign]: the text is not looked at.
+    padded.append(wanted - digits.size(), '0');
+    padded += digits;
+    return padded;
+}
+
 bool ToBool(const std::string& text)
 {
     // KEPT[to-bool-permissive]: only "0" and "false" are false.

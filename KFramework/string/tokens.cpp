@@ -1,54 +1,17 @@
 #include <algorithm>
-#include <array>
 
 #include "KFramework/string.h"
+#include "KFramework/string/delimiters.h"
 
 namespace
 {
 constexpr std::size_t kReservedTokens = 100;
-
-/// A set of bytes that is asked in constant time.
-class byte_set
-{
-public:
-    explicit byte_set(const std::string& bytes)
-    {
-        for (const char c : bytes)
-            holds_[static_cast<unsigned char>(c)] = true;
-    }
-
-    bool holds(char c) const { return holds_[static_cast<unsigned char>(c)]; }
-
-    /// The first byte of the set at or after a position, or the end of the text.
-    std::size_t find_in(const std::string& text, std::size_t position) const
-    {
-        while (position < text.size() && !holds(text[position]))
-            ++position;
-        return position;
-    }
-
-private:
-    std::array<bool, 256> holds_{};
-};
-
-/// Calls piece(start, end) for every text that a delimiter ends, and gives the start of the last one.
-template <class Piece>
-std::size_t cut_at_delimiters(const std::string& text, const std::string& delimiters, Piece piece)
-{
-    const byte_set set(delimiters);
-    std::size_t start = 0;
-    for (std::size_t end = set.find_in(text, 0); end < text.size(); end = set.find_in(text, start))
-    {
-        piece(start, end);
-        // KEPT[token-step]: past as many bytes as the set has, which may lie beyond the text.
-        start = std::min(end + delimiters.size(), text.size());
-    }
-    return start;
-}
 } // namespace
 
 namespace KFramework::KStringHelper
 {
+using kf::string::cut_at_delimiters;
+
 std::vector<std::string> TokenizeString(const std::string& text, const std::string& delimiters)
 {
     std::size_t count = 1;
