@@ -62,8 +62,11 @@ int freed_memory::blocks() const
     MEMORY_BASIC_INFORMATION region;
     if (::VirtualQuery(reinterpret_cast<const void*>(top), &region, sizeof region) == 0)
         return false;
-    // Below the frame, down to the first page that the thread has not yet used.
-    const auto lowest = reinterpret_cast<std::uintptr_t>(region.BaseAddress);
+    // Up from the stack's end to the first page that the thread has used.
+    auto lowest = reinterpret_cast<std::uintptr_t>(region.AllocationBase);
+    while (::VirtualQuery(reinterpret_cast<const void*>(lowest), &region, sizeof region) != 0 &&
+           (region.State != MEM_COMMIT || region.Protect != PAGE_READWRITE))
+        lowest += region.RegionSize;
     const std::uintptr_t bottom = top - lowest > kSearchedStack ? top - kSearchedStack : lowest;
     const std::string_view unused(reinterpret_cast<const char*>(bottom), top - bottom);
     return unused.find(bytes) != std::string_view::npos;
