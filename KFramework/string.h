@@ -329,6 +329,33 @@ KFRAMEWORK_API std::wstring Utf8StringToWideString(const std::string& text);
 /// A copy in which every invalid or incomplete UTF-8 sequence is one U+FFFD (the bytes EF BF BD).
 KFRAMEWORK_API std::string fixUtf8String(const std::string& text);
 
+// --- time formatting -----------------------------------------------------------
+
+/// A point in time as local time.
+///
+/// @param time  seconds since 1970-01-01 UTC. One that LocalTime_R has no fields for reads as the zeros it gives,
+///              which is day 0 of January 1900.
+/// @param mode  0 time of day, 1 date, 3 both without separators; 2 and every other number both.
+/// @kept    month-first: the month comes before the day in every mode.
+/// @kept    time-mode-default: there is no invalid mode.
+/// @threads any, but only after InitializeLibrary, and not while holding the global mutex, which it takes.
+///
+///   5 March 2019, 13:04:09, 0 => 13:04:09
+///   the same, 1               => 03/05/2019
+///   the same, 3               => 03052019130409
+///   the same, 2               => 03/05/2019 13:04:09
+KFRAMEWORK_API std::string FormatTime(long long time, int mode);
+
+/// A duration, with all its parts.
+///
+/// @param seconds  a negative one gives an empty text.
+/// @kept    timespan-one-form: 1 has the plural too, and zero parts stay.
+/// @kept    timespan-days-low-bits: of the days the low 32 bits are written.
+///
+///   0     => 0 days, 0 hours, 0 mins, 0 secs
+///   90061 => 1 days, 1 hours, 1 mins, 1 secs
+KFRAMEWORK_API std::string FormatTimespan(long long seconds);
+
 // --- text files ----------------------------------------------------------------
 
 /// Writes a file, replacing what was there; bytes are written as they are.

@@ -12,10 +12,12 @@ kf_sources(
         replacement.cpp
         text_blocks.cpp
         text_search.cpp
+        time_text.cpp
         tokens.cpp
         trimming.cpp
         utf8_repair.cpp
     WIN
         text_files_win.cpp
+        time_text_win.cpp
         utf16_win.cpp
 )
