@@ -5,6 +5,7 @@
 
 #include "KFramework/socket.h"
 
+#include "KFramework/config.h"
 #include "KFramework/core.h"
 #include "KFramework/filesystem.h"
 #include "KFramework/logger.h"

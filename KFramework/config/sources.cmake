@@ -1,0 +1,11 @@
+kf_sources(
+    PORTABLE
+        edit.cpp
+        file_text.cpp
+        merge.cpp
+        names.cpp
+        reader.cpp
+        values.cpp
+    WIN
+        files_win.cpp
+)
