@@ -10,6 +10,7 @@
 /// Every function takes time linear in the size of its arguments.
 
 #include <list>
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -315,6 +316,23 @@ KFRAMEWORK_API std::string LongSetToPrintableRanges(const std::set<long>* number
 KFRAMEWORK_API std::string StringSetToPrintable(const std::set<std::string>* texts);
 KFRAMEWORK_API std::string StringVectorToPrintable(const std::vector<std::string>* texts);
 KFRAMEWORK_API std::string StringListToPrintable(const std::list<std::string>* texts);
+
+// --- frame masks -----------------------------------------------------------------
+
+/// A named set of texts as one line of Base64. docs/file-formats.md has the format.
+///
+/// @param masks  keys and values without line feeds, which would split them, and without NUL bytes: the bundle
+///               ends before the first.
+///
+///   {a: 1-10, b: 5} => YQoxLTEwCmIKNQo=
+///   {}              => (empty)
+KFRAMEWORK_API std::string EncodeFramesMasks(std::map<std::string, std::string> masks);
+
+/// The set that a bundle holds, or what can be made of a damaged one; empty when it is no Base64.
+///
+/// @param bundle  anybody's text. A last key without a value counts for nothing.
+/// @kept    first-mask-wins: of two entries with the same key the first stays.
+KFRAMEWORK_API std::map<std::string, std::string> DecodeFramesMask(std::string bundle);
 
 // --- encodings -----------------------------------------------------------------
 

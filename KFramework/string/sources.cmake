@@ -7,6 +7,7 @@ kf_sources(
         command_split.cpp
         domain.cpp
         extraction.cpp
+        frame_masks.cpp
         inline_python.cpp
         lines.cpp
         md5.cpp
