@@ -9,6 +9,7 @@ kf_sources(
         domain.cpp
         escapes.cpp
         extraction.cpp
+        frame_masks.cpp
         inline_python.cpp
         lines.cpp
         md5.cpp
@@ -18,6 +19,7 @@ kf_sources(
         replacement.cpp
         text_blocks.cpp
         text_search.cpp
+        time_text.cpp
         tokens.cpp
         trimming.cpp
         urls.cpp
@@ -25,5 +27,6 @@ kf_sources(
         web_paths.cpp
     WIN
         text_files_win.cpp
+        time_text_win.cpp
         utf16_win.cpp
 )
