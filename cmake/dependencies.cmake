@@ -1,8 +1,10 @@
-# Third-party code, one target each: kf_boost (headers and Boost.Thread), kf_zlib, kf_utfcpp, kf_gtest.
+# Third-party code, one target each: kf_boost (headers and Boost.Thread), kf_zlib, kf_utfcpp, kf_crypto
+# (OpenSSL's libcrypto), kf_gtest.
 # The cross build takes what scripts/setup.sh prepared; other builds take what find_package finds.
 add_library(kf_boost INTERFACE)
 add_library(kf_zlib INTERFACE)
 add_library(kf_utfcpp INTERFACE)
+add_library(kf_crypto INTERFACE)
 
 find_package(Threads REQUIRED)
 
@@ -48,6 +50,13 @@ if(MINGW AND CMAKE_CROSSCOMPILING)
   endif()
   target_link_libraries(kf_boost INTERFACE ${kf_boost_thread})
 
+  set(kf_libcrypto ${KF_DEPS}/libcrypto-release)
+  if(NOT EXISTS ${kf_libcrypto}/lib/libcrypto.a)
+    message(FATAL_ERROR "${kf_libcrypto}/lib/libcrypto.a is missing: run scripts/setup.sh")
+  endif()
+  target_include_directories(kf_crypto SYSTEM INTERFACE ${kf_libcrypto}/include)
+  target_link_libraries(kf_crypto INTERFACE ${kf_libcrypto}/lib/libcrypto.a ws2_32 crypt32 advapi32 user32)
+
   kf_link_headers(utfcpp utf8cpp/utf8.h utf8cpp/utf8)
   target_include_directories(kf_utfcpp SYSTEM INTERFACE ${kf_header_links}/utfcpp)
 
@@ -60,6 +69,9 @@ if(MINGW AND CMAKE_CROSSCOMPILING)
 else()
   find_package(Boost 1.81 REQUIRED COMPONENTS thread)
   target_link_libraries(kf_boost INTERFACE Boost::thread Threads::Threads)
+
+  find_package(OpenSSL REQUIRED COMPONENTS Crypto)
+  target_link_libraries(kf_crypto INTERFACE OpenSSL::Crypto)
 
   find_path(KF_UTFCPP_INCLUDE utf8.h PATH_SUFFIXES utf8cpp REQUIRED)
   target_include_directories(kf_utfcpp SYSTEM INTERFACE ${KF_UTFCPP_INCLUDE})

@@ -56,6 +56,8 @@ public:
         return taken;
     }
 
+    bool empty() const { return rest_.empty(); }
+
     /// All that is left.
     std::string_view rest() { return bytes(rest_.size()); }
 

@@ -28,6 +28,8 @@ packages=(
     libboost1.81-dev libboost-thread1.81-dev libutfcpp-dev zlib1g-dev googletest
     libcli11-dev libstb-dev
     clang libclang-rt-14-dev
+    libssl-dev make perl openssl
+    slapd ldap-utils xvfb xauth
     "$@"
 )
 
@@ -48,9 +50,21 @@ install_packages()
     apt_get update || fail "apt-get update failed"
     # A leftover half-configured package would fail every later installation.
     dpkg --configure -a >/dev/null || fail "dpkg --configure -a failed"
+    forbid_services
     # Fewer syncs: an interrupted installation is simply repeated.
     apt_get -o Dpkg::Options::=--force-unsafe-io -o Dpkg::Use-Pty=0 install --no-install-recommends "$@" >"$work/apt.log" 2>&1 ||
         { tail -n 20 "$work/apt.log" >&2; fail "installing packages failed: $*"; }
+}
+
+# Tests start a directory server of their own; the package must neither start one nor make a database for it.
+forbid_services()
+{
+    echo 'slapd slapd/no_configuration boolean true' | debconf-set-selections 2>/dev/null || true
+    if [[ ! -e /usr/sbin/policy-rc.d ]]; then
+        printf '#!/bin/sh\nexit 101\n' >/usr/sbin/policy-rc.d
+        chmod +x /usr/sbin/policy-rc.d
+        own_policy=true
+    fi
 }
 
 # --- source tarballs -----------------------------------------------------------------------------------------
@@ -152,10 +166,28 @@ build_boost_thread()
     "$triplet-ar" rcs "$out/lib/libboost_thread.a" "$out"/objects/*.o && rm -rf "$out/objects"
 }
 
-# A further library (OpenSSL's libcrypto, say) is one builder like the one above and one line here.
+# libcrypto alone, static, with its headers.
+build_libcrypto()
+{
+    local out=$1 source tarball
+    shift
+    source=$work/openssl-source
+    tarball=$(fetch_source openssl) || return 1
+    mkdir -p "$source" "$out/lib"
+    tar -xf "$tarball" -C "$source" --strip-components=1 || fail "unpacking ${tarball##*/} failed"
+    (
+        cd "$source"
+        ./Configure mingw64 --cross-compile-prefix="$triplet-" "$@" "-ffile-prefix-map=$source=openssl" &&
+            make -s -j2 build_generated && make -s -j2 libcrypto.a
+    ) >"$work/openssl.log" 2>&1 || { tail -n 20 "$work/openssl.log" >&2; return 1; }
+    cp "$source/libcrypto.a" "$out/lib/" && cp -r "$source/include" "$out/include"
+}
+
+# A further library is one builder like those above and one line here.
 provide_all()
 {
-    local boost=1.81.0
+    local boost=1.81.0 openssl=3.0 # the newest 3.0 that the sources hold
+    provide libcrypto $openssl release build_libcrypto no-shared no-tests no-engine no-legacy no-dso
     # The layouts of checked containers differ, so the checked build has its own archive.
     provide boost-thread $boost release build_boost_thread -std=c++20 -O2 -g -gdwarf-4 -DNDEBUG
     provide boost-thread $boost debug build_boost_thread -std=c++20 -O1 -g -gdwarf-4 -D_GLIBCXX_DEBUG -fstack-protector-all
@@ -164,7 +196,8 @@ provide_all()
 # -------------------------------------------------------------------------------------------------------------
 
 work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+own_policy=
+trap 'rm -rf "$work"; [[ -z $own_policy ]] || rm -f /usr/sbin/policy-rc.d' EXIT
 
 installed=
 names=$(missing_packages) || fail "dpkg-query does not answer"

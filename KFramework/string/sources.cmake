@@ -1,11 +1,15 @@
 kf_sources(
     PORTABLE
+        base64.cpp
+        base64_buffers.cpp
+        base64_text.cpp
         case_folding.cpp
         command_split.cpp
         domain.cpp
         extraction.cpp
         inline_python.cpp
         lines.cpp
+        md5.cpp
         number_lists.cpp
         numbers.cpp
         printable_lists.cpp

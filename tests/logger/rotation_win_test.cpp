@@ -454,42 +454,4 @@ TEST_F(CheckLogRotationTest, IsNotReachedWithoutTheFileFlag)
     add("x");
     EXPECT_TRUE(names().empty());
 }
-
-TEST_F(CheckLogRotationTest, LeavesEveryAcknowledgedLineInOneFileWhenTheProcessIsKilled)
-{
-    constexpr int kKills = 40;
-    constexpr int kLinesPerLife = 100'000;
-    std::set<int> acknowledged;
-    for (int life = 0; life < kKills; ++life)
-    {
-        child program("rotate_log", {folder.text(), std::to_string(life * kLinesPerLife),
-                                     std::to_string(kLinesPerLife), "3", life % 2 == 0 ? "0" : "1"});
-        program.wait_for("\n");
-        ::Sleep(static_cast<DWORD>(life * 7 % 60)); // the moment is what varies
-        program.kill();
-        const std::string said = program.everything();
-        for (std::size_t at = 0, end; (end = said.find('\n', at)) != std::string::npos; at = end + 1)
-            acknowledged.insert(std::stoi(said.substr(at, end - at)));
-    }
-    ASSERT_GE(acknowledged.size(), static_cast<std::size_t>(kKills));
-
-    std::multiset<int> found;
-    const std::set<std::string> all = names();
-    for (const std::string& name : all)
-    {
-        if (name.ends_with(".gz") && all.contains(name.substr(0, name.size() - 3)))
-            continue; // being compressed when the process was killed
-        for (const std::string& message : messages_of(content(name)))
-        {
-            int line = -1;
-            ASSERT_EQ(std::sscanf(message.c_str(), "line %d of the log that is rotated", &line), 1)
-                << message;
-            ASSERT_TRUE(message.ends_with(" rotated")) << message;
-            found.insert(line);
-        }
-    }
-    for (const int line : acknowledged)
-        ASSERT_EQ(found.count(line), 1u) << line;
-    EXPECT_LE(found.size(), acknowledged.size() + kKills) << "at most the line being acknowledged is more";
-}
 } // namespace
