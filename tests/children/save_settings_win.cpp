@@ -1,7 +1,8 @@
 /// Saves the same settings with another value in all of them each time, 1, 2, 3 and so on as eight digits. After each
-/// save it writes the number and "\n" to standard output, in one call. Ends when it is killed.
+/// save it writes the number and "\n" to standard output, in one call. Begins when the event is set and ends when it is
+/// killed.
 ///
-/// usage: save_settings FILE KEYS
+/// usage: save_settings EVENT FILE KEYS
 
 #include "KFramework/config.h"
 #include "KFramework/core.h"
@@ -15,11 +16,14 @@ using namespace KFramework;
 
 int wmain(int count, wchar_t** arguments)
 {
-    if (count != 3)
+    if (count != 4)
         return 2;
     InitializeLibrary(nullptr);
-    const std::string path = KStringHelper::WideStringToUtf8String(arguments[1]);
-    const int keys = _wtoi(arguments[2]);
+    const HANDLE begin = ::OpenEventW(SYNCHRONIZE, FALSE, arguments[1]);
+    if (::WaitForSingleObject(begin, 60'000) != WAIT_OBJECT_0)
+        return 3;
+    const std::string path = KStringHelper::WideStringToUtf8String(arguments[2]);
+    const int keys = _wtoi(arguments[3]);
     CKConfigManager manager;
     for (int number = 1;; ++number)
     {

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <deque>
 #include <random>
 
 #include "tests/config/config_fixture_win.h"
@@ -13,6 +14,7 @@ namespace
 {
 constexpr int kKills = 200;
 constexpr int kKeys = 500;
+constexpr std::size_t kStartedAhead = 3;        // programs that load while another one saves
 constexpr std::string_view kValue = "########"; // stands for the number of a save
 
 class SaveConfigFileKillsTest : public kf::test::config_test
@@ -45,23 +47,43 @@ protected:
         return pattern;
     }
 
-    /// Kills a child at some moment of its saving.
-    ///
-    /// @return  the number of the last save that it finished.
-    int save_and_kill(std::chrono::microseconds after)
+    /// A program that saves into a file of its own as soon as it may.
+    class saver
     {
-        write("");
-        kf::test::child saver("save_settings", {path_, std::to_string(kKeys)});
-        saver.wait_for("1\n");
-        const auto end = std::chrono::steady_clock::now() + after;
-        while (std::chrono::steady_clock::now() < end)
+    public:
+        saver(const kf::test::temporary_folder& folder, int number)
+            : name_(std::to_string(number) + ".conf"),
+              event_name_(kf::test::utf8_text(folder.path().filename()) + name_),
+              begin_(::CreateEventW(nullptr, TRUE, FALSE, kf::test::utf8_path(event_name_).c_str())),
+              program_("save_settings", {event_name_, folder.text(name_), std::to_string(kKeys)})
         {
         }
-        saver.kill();
-        std::string said = saver.everything();
-        said.pop_back();
-        return std::atoi(said.c_str() + said.rfind('\n') + 1); // npos + 1 is 0
-    }
+
+        /// Lets it save for a while and kills it.
+        ///
+        /// @return  the number of the last save that it finished.
+        int save_and_kill(std::chrono::microseconds after)
+        {
+            ::SetEvent(begin_.get());
+            program_.wait_for("1\n");
+            const auto end = std::chrono::steady_clock::now() + after;
+            while (std::chrono::steady_clock::now() < end)
+            {
+            }
+            program_.kill();
+            std::string said = program_.everything();
+            said.pop_back();
+            return std::atoi(said.c_str() + said.rfind('\n') + 1); // npos + 1 is 0
+        }
+
+        [[nodiscard]] const std::string& name() const { return name_; }
+
+    private:
+        std::string name_;
+        std::string event_name_;
+        kf::platform::unique_handle begin_;
+        kf::test::child program_;
+    };
 };
 } // namespace
 
@@ -73,10 +95,14 @@ TEST_F(SaveConfigFileKillsTest, LeavesTheOldTextTheNewOrABeginningOfTheNewWhenev
     int old_texts = 0;
     int new_texts = 0;
     int beginnings = 0;
+    std::deque<saver> savers;
     for (int i = 0; i < kKills; ++i)
     {
-        const int last = save_and_kill(std::chrono::microseconds(random() % 3000));
-        const std::string left = undated(read());
+        while (savers.size() < kStartedAhead)
+            savers.emplace_back(folder_, i + static_cast<int>(savers.size()));
+        const int last = savers.front().save_and_kill(std::chrono::microseconds(random() % 3000));
+        const std::string left = undated(folder_.read(savers.front().name()));
+        savers.pop_front();
         const std::string next = numbered(finished, last + 1);
         if (left == numbered(finished, last))
             ++old_texts;
