@@ -6,6 +6,7 @@
 #include "tests/config/literal_reader.h"
 #include "tests/config/random_settings.h"
 #include "tests/support/captured_log_win.h"
+#include "tests/support/captured_output_win.h"
 #include "tests/support/deadline.h"
 
 using namespace KFramework;
@@ -120,6 +121,8 @@ TEST_F(LoadConfigFileTest, MayTakeItsPathFromTheManager)
 
 TEST_F(LoadConfigFileTest, ReadsAsTheRuntimeGivesLinesWhateverTheBytes)
 {
+    kf::test::captured_output errors(kf::test::captured_output::stream::error);
+    std::string expected_errors;
     std::mt19937 random(1);
     const std::string_view alphabet("ab=# []\r\r\n\n\0\x1A\t", 14);
     for (int i = kf::test::random_texts(150); i > 0; --i)
@@ -134,8 +137,14 @@ TEST_F(LoadConfigFileTest, ReadsAsTheRuntimeGivesLinesWhateverTheBytes)
             std::erase_if(text, [](char c) { return c == '\x1A' || c == '['; });
         const auto found = loaded(text);
         runtime_file file(folder_.entry("a.conf"));
-        ASSERT_EQ(found, kf::test::literal_load(file).entries) << ::testing::PrintToString(text);
+        const kf::test::literal_result expected = kf::test::literal_load(file);
+        ASSERT_EQ(found, expected.entries) << ::testing::PrintToString(text);
+        if (expected.malformed_line != 0)
+            expected_errors += "Malformed configuration at line " + std::to_string(expected.malformed_line) +
+                               " in file " + path_ + "\n";
     }
+    EXPECT_EQ(errors.text(), expected_errors);
+    EXPECT_NE(expected_errors, "");
 }
 
 TEST_F(SaveConfigFileTest, MakesAFileThatIsNotThere)
