@@ -10,6 +10,7 @@
 /// Every function takes time linear in the size of its arguments.
 
 #include <list>
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -316,6 +317,23 @@ KFRAMEWORK_API std::string StringSetToPrintable(const std::set<std::string>* tex
 KFRAMEWORK_API std::string StringVectorToPrintable(const std::vector<std::string>* texts);
 KFRAMEWORK_API std::string StringListToPrintable(const std::list<std::string>* texts);
 
+// --- frame masks -----------------------------------------------------------------
+
+/// A named set of texts as one line of Base64. docs/file-formats.md has the format.
+///
+/// @param masks  keys and values without line feeds, which would split them, and without NUL bytes: the bundle
+///               ends before the first.
+///
+///   {a: 1-10, b: 5} => YQoxLTEwCmIKNQo=
+///   {}              => (empty)
+KFRAMEWORK_API std::string EncodeFramesMasks(std::map<std::string, std::string> masks);
+
+/// The set that a bundle holds, or what can be made of a damaged one; empty when it is no Base64.
+///
+/// @param bundle  anybody's text. A last key without a value counts for nothing.
+/// @kept    first-mask-wins: of two entries with the same key the first stays.
+KFRAMEWORK_API std::map<std::string, std::string> DecodeFramesMask(std::string bundle);
+
 // --- encodings -----------------------------------------------------------------
 
 /// UTF-16 to UTF-8. What cannot be encoded becomes U+FFFD.
@@ -340,6 +358,33 @@ KFRAMEWORK_API std::string ToBase64(const std::string& text);
 
 /// The text that ToBase64 encoded; empty when anything is wrong with it, a line break included.
 KFRAMEWORK_API std::string FromBase64(const std::string& text);
+
+// --- time formatting -----------------------------------------------------------
+
+/// A point in time as local time.
+///
+/// @param time  seconds since 1970-01-01 UTC. One that LocalTime_R has no fields for reads as the zeros it gives,
+///              which is day 0 of January 1900.
+/// @param mode  0 time of day, 1 date, 3 both without separators; 2 and every other number both.
+/// @kept    month-first: the month comes before the day in every mode.
+/// @kept    time-mode-default: there is no invalid mode.
+/// @threads any, but only after InitializeLibrary, and not while holding the global mutex, which it takes.
+///
+///   5 March 2019, 13:04:09, 0 => 13:04:09
+///   the same, 1               => 03/05/2019
+///   the same, 3               => 03052019130409
+///   the same, 2               => 03/05/2019 13:04:09
+KFRAMEWORK_API std::string FormatTime(long long time, int mode);
+
+/// A duration, with all its parts.
+///
+/// @param seconds  a negative one gives an empty text.
+/// @kept    timespan-one-form: 1 has the plural too, and zero parts stay.
+/// @kept    timespan-days-low-bits: of the days the low 32 bits are written.
+///
+///   0     => 0 days, 0 hours, 0 mins, 0 secs
+///   90061 => 1 days, 1 hours, 1 mins, 1 secs
+KFRAMEWORK_API std::string FormatTimespan(long long seconds);
 
 // --- text files ----------------------------------------------------------------
 

@@ -7,6 +7,7 @@ kf_sources(
         command_split.cpp
         domain.cpp
         extraction.cpp
+        frame_masks.cpp
         inline_python.cpp
         lines.cpp
         md5.cpp
@@ -16,10 +17,12 @@ kf_sources(
         replacement.cpp
         text_blocks.cpp
         text_search.cpp
+        time_text.cpp
         tokens.cpp
         trimming.cpp
         utf8_repair.cpp
     WIN
         text_files_win.cpp
+        time_text_win.cpp
         utf16_win.cpp
 )
