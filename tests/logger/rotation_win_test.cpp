@@ -5,6 +5,7 @@
 #include "tests/logger/logger_fixture_win.h"
 #include "tests/support/captured_output_win.h"
 
+#include <fstream>
 #include <functional>
 #include <io.h>
 #include <set>
@@ -251,6 +252,31 @@ TEST_F(CheckLogRotationTest, TakesANameThatCannotBeLookedUpForTaken)
     EXPECT_EQ(messages_of(log()), std::vector<std::string>{"into the new file"});
 }
 
+std::string appearing;
+
+/// The file appears right after it was looked for and not found.
+DWORD WINAPI look_too_early(LPCWSTR path)
+{
+    const DWORD attributes = ::GetFileAttributesW(path);
+    const DWORD error = ::GetLastError();
+    if (utf8_path(appearing) == path)
+        std::ofstream(utf8_path(appearing), std::ios::binary) << "precious";
+    ::SetLastError(error);
+    return attributes;
+}
+
+TEST_F(CheckLogRotationTest, NeverMovesOntoAFileThatAppearsAtTheLastMoment)
+{
+    folder.write("default.log", kSeed);
+    const held_clock clock(kMarchSixth);
+    rotate_by(2);
+    appearing = folder.text("1709683200.03.05.2024.default.log");
+    const import_hook hook("GetFileAttributesW", &look_too_early);
+    add("into the old file");
+    EXPECT_EQ(folder.read("1709683200.03.05.2024.default.log"), "precious");
+    EXPECT_EQ(messages_of(log()), (std::vector<std::string>{"seed", "into the old file"}));
+}
+
 TEST_F(CheckLogRotationTest, WorksInAFolderThatNoCodePageCanName)
 {
     const std::string name = "\xE2\x82\xAC\xE6\x97\xA5\xE6\x9C\xAC";
@@ -453,43 +479,5 @@ TEST_F(CheckLogRotationTest, IsNotReachedWithoutTheFileFlag)
     SetLoggerRotation(&logger, 2);
     add("x");
     EXPECT_TRUE(names().empty());
-}
-
-TEST_F(CheckLogRotationTest, LeavesEveryAcknowledgedLineInOneFileWhenTheProcessIsKilled)
-{
-    constexpr int kKills = 40;
-    constexpr int kLinesPerLife = 100'000;
-    std::set<int> acknowledged;
-    for (int life = 0; life < kKills; ++life)
-    {
-        child program("rotate_log", {folder.text(), std::to_string(life * kLinesPerLife),
-                                     std::to_string(kLinesPerLife), "3", life % 2 == 0 ? "0" : "1"});
-        program.wait_for("\n");
-        ::Sleep(static_cast<DWORD>(life * 7 % 60)); // the moment is what varies
-        program.kill();
-        const std::string said = program.everything();
-        for (std::size_t at = 0, end; (end = said.find('\n', at)) != std::string::npos; at = end + 1)
-            acknowledged.insert(std::stoi(said.substr(at, end - at)));
-    }
-    ASSERT_GE(acknowledged.size(), static_cast<std::size_t>(kKills));
-
-    std::multiset<int> found;
-    const std::set<std::string> all = names();
-    for (const std::string& name : all)
-    {
-        if (name.ends_with(".gz") && all.contains(name.substr(0, name.size() - 3)))
-            continue; // being compressed when the process was killed
-        for (const std::string& message : messages_of(content(name)))
-        {
-            int line = -1;
-            ASSERT_EQ(std::sscanf(message.c_str(), "line %d of the log that is rotated", &line), 1)
-                << message;
-            ASSERT_TRUE(message.ends_with(" rotated")) << message;
-            found.insert(line);
-        }
-    }
-    for (const int line : acknowledged)
-        ASSERT_EQ(found.count(line), 1u) << line;
-    EXPECT_LE(found.size(), acknowledged.size() + kKills) << "at most the line being acknowledged is more";
 }
 } // namespace
