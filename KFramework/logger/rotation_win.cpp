@@ -47,7 +47,9 @@ public:
 
     void move(const std::string& from, const std::string& to) override
     {
-        KFramework::KFileSystem::MvFile(from, to);
+        using KFramework::KStringHelper::Utf8StringToWideString;
+        // Not MvFile, which would delete a file that has appeared since exists() looked.
+        ::MoveFileW(Utf8StringToWideString(from).c_str(), Utf8StringToWideString(to).c_str());
     }
 
     void compress(const std::string& from, const std::string& to) override

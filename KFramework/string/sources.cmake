@@ -3,10 +3,13 @@ kf_sources(
         base64.cpp
         base64_buffers.cpp
         base64_text.cpp
+        byte_texts.cpp
         case_folding.cpp
         command_split.cpp
         domain.cpp
+        escapes.cpp
         extraction.cpp
+        frame_masks.cpp
         inline_python.cpp
         lines.cpp
         md5.cpp
@@ -16,10 +19,14 @@ kf_sources(
         replacement.cpp
         text_blocks.cpp
         text_search.cpp
+        time_text.cpp
         tokens.cpp
         trimming.cpp
+        urls.cpp
         utf8_repair.cpp
+        web_paths.cpp
     WIN
         text_files_win.cpp
+        time_text_win.cpp
         utf16_win.cpp
 )

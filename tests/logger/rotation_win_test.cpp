@@ -5,6 +5,7 @@
 #include "tests/logger/logger_fixture_win.h"
 #include "tests/support/captured_output_win.h"
 
+#include <fstream>
 #include <functional>
 #include <io.h>
 #include <set>
@@ -249,6 +250,31 @@ TEST_F(CheckLogRotationTest, TakesANameThatCannotBeLookedUpForTaken)
     add("into the new file");
     EXPECT_EQ(called_with.size(), 1u);
     EXPECT_EQ(messages_of(log()), std::vector<std::string>{"into the new file"});
+}
+
+std::string appearing;
+
+/// The file appears right after it was looked for and not found.
+DWORD WINAPI look_too_early(LPCWSTR path)
+{
+    const DWORD attributes = ::GetFileAttributesW(path);
+    const DWORD error = ::GetLastError();
+    if (utf8_path(appearing) == path)
+        std::ofstream(utf8_path(appearing), std::ios::binary) << "precious";
+    ::SetLastError(error);
+    return attributes;
+}
+
+TEST_F(CheckLogRotationTest, NeverMovesOntoAFileThatAppearsAtTheLastMoment)
+{
+    folder.write("default.log", kSeed);
+    const held_clock clock(kMarchSixth);
+    rotate_by(2);
+    appearing = folder.text("1709683200.03.05.2024.default.log");
+    const import_hook hook("GetFileAttributesW", &look_too_early);
+    add("into the old file");
+    EXPECT_EQ(folder.read("1709683200.03.05.2024.default.log"), "precious");
+    EXPECT_EQ(messages_of(log()), (std::vector<std::string>{"seed", "into the old file"}));
 }
 
 TEST_F(CheckLogRotationTest, WorksInAFolderThatNoCodePageCanName)

@@ -1,0 +1,5 @@
+kf_sources(
+    PORTABLE
+        key_text.cpp
+        keys.cpp
+)
