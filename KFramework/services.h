@@ -1,9 +1,9 @@
 #pragma once
-/// Passwords as derived keys.
+/// Windows services, the machine's sleep, and passwords as derived keys.
 ///
-/// Threads: every function may be called from any thread at any time.
-/// Errors: results only. Nothing is logged, no password or key above all, and nothing throws but exhausted
-/// memory.
+/// Threads: every function may be called from any thread at any time, except where it says otherwise.
+/// Errors: results only. Installing and removing a service also print what came of it, for the person at the
+/// console. Nothing is logged, no password or key above all, and nothing throws but exhausted memory.
 /// Ownership: texts are passed and returned by value; arguments stay the caller's.
 
 #include <string>
@@ -12,6 +12,82 @@
 
 namespace KFramework::KServices
 {
+// --- services ------------------------------------------------------------------
+
+/// Installs the running program as a service of this machine, and prints what came of it.
+///
+/// The service has a process of its own, is started by hand, and its errors at start are ignored.
+///
+/// @param name             the service manager's name for it.
+/// @param displayName      what people see; may be null: the name.
+/// @param description      a sentence for people; may be null: none.
+/// @param account          whom it runs as, for example L".\\farm"; used only when account and password are
+///                         both neither null nor empty. Else the service runs as the local system.
+/// @param password         the account's. Reaches the service manager in clear text and is not kept here.
+/// @param argumentsSuffix  what follows the program's path; null counts as empty.
+/// @return  false when the service manager cannot be opened or creates no such service.
+/// @threads any.
+/// @kept    suffix-as-given: the command line is the program's full path, without quotes and cut to what fits
+///          into 260 characters, and directly behind it the suffix, which brings its own blank. Install a
+///          program in a folder without blanks, in which only administrators may write: the system looks for
+///          C:\a.exe before C:\a b\c.exe.
+/// @kept    account-with-password: an account without a password is not used.
+/// @kept    description-unchecked: a service whose description cannot be set is installed all the same.
+/// @kept    service-texts: the texts, their wording and the line ends around them are fixed:
+///
+///     "\nService installed successfully.\n"
+///     "\nCannot install the service. You could haven't enough permissions or the service could be already installed.\n"
+///     "\nCannot connect to the service control manager.\n"
+///
+///   C:\farm\worker.exe, L" run" => C:\farm\worker.exe run
+KFRAMEWORK_API bool InstallWin32Service(const wchar_t* name, const wchar_t* displayName,
+                                        const wchar_t* description, const wchar_t* account,
+                                        const wchar_t* password, const wchar_t* argumentsSuffix);
+
+/// Removes a service, and prints what came of it; one that runs goes when it has stopped.
+///
+/// @return  false when the service manager or the service cannot be opened.
+/// @threads any.
+/// @kept    removal-unchecked: true, and the text says so, once the service could be opened for removal, even
+///          when the service manager then refuses.
+///
+///     "\nService removed successfully.\n"
+///     "\nCannot remove the service. You could haven't enough permissions or the service could be not installed.\n"
+///     "\nCannot connect to the service control manager.\n"
+KFRAMEWORK_API bool UninstallWin32Service(const wchar_t* name);
+
+/// Runs the program's one service: hands its main function to the service manager.
+///
+/// @param name         as it was installed.
+/// @param serviceMain  an LPSERVICE_MAIN_FUNCTIONW; runs on a thread of its own.
+/// @return  after the service has stopped: true. At once: false, when the service manager did not start this
+///          process.
+/// @threads the program's main thread, once.
+KFRAMEWORK_API bool RegisterWin32Service(const wchar_t* name, void* serviceMain);
+
+/// Nothing, on this platform.
+///
+/// @return  true.
+/// @kept    fork-does-nothing: programs call it everywhere before they run as a service.
+KFRAMEWORK_API bool ForkAndDaemon(int);
+
+// --- power -----------------------------------------------------------------------
+
+/// The process-wide power-save flag: false until somebody sets it.
+KFRAMEWORK_API bool GetPowerSaveState();
+
+/// Sets the flag; other threads may see it late.
+///
+/// @kept    power-flag-only: nothing else happens. What the flag means is the program's business.
+KFRAMEWORK_API void SetPowerSaveState(bool save);
+
+/// Keeps the machine awake, or lets it sleep again.
+///
+/// @param keepAwake  true holds until the calling thread says false or ends: one long-lived thread says both.
+/// @kept    away-mode-first: awake is first asked for with away mode (0x80000041), so that the machine works on
+///          when a person puts it to sleep; where the system refuses that, without (0x80000001).
+KFRAMEWORK_API void SetSystemSleepStatus(bool keepAwake);
+
 // --- stored keys -------------------------------------------------------------
 //
 // A stored key is one line of text:
