@@ -11,4 +11,5 @@
 #include "KFramework/logger.h"
 #include "KFramework/object.h"
 #include "KFramework/process.h"
+#include "KFramework/services.h"
 #include "KFramework/string.h"

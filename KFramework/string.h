@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "KFramework/codecs.h"
 #include "KFramework/export.h"
 
 namespace KFramework::KStringHelper
@@ -252,7 +253,7 @@ KFRAMEWORK_API bool SplitCommandLines(const std::string& commandLine, std::strin
 ///
 /// @param digits  any text; one that is long enough comes back unchanged.
 /// @param width   in bytes; 0 and less change nothing.
-/// @kept    padding-before-sign: the text is not looked at, so zeros go in front of a sign too.
+/// @kept    zeros-before-sign: the text is not looked at, so zeros go in front of a sign too.
 ///
 ///   7, 3  => 007
 ///   -5, 4 => 00-5
@@ -347,7 +348,88 @@ KFRAMEWORK_API std::wstring Utf8StringToWideString(const std::string& text);
 /// A copy in which every invalid or incomplete UTF-8 sequence is one U+FFFD (the bytes EF BF BD).
 KFRAMEWORK_API std::string fixUtf8String(const std::string& text);
 
-// --- text encoders ---------------------------------------------------------------
+// --- text encoders -----------------------------------------------------------------
+//
+// Byte by byte: a character of several bytes is that many bytes of 128 or more. None of these is a security
+// filter. Of a path that a peer sends, decode everything first, then turn each "\\" into "/", and only then call
+// WebSanityCheck.
+
+/// The inside of a JSON string.
+///
+/// @kept    json-control-bytes: only \b \f \n \r \t have escapes; the other control bytes and all bytes of 128
+///          or more stay as they are, and so does "/".
+/// @kept    json-backslash-first: the result is that of replacing the backslash before everything else.
+///
+///   \a"b => \\a\"b
+KFRAMEWORK_API std::string EncodeJSONString(const std::string& s);
+
+/// A JSON string: EncodeJSONString in quotes.
+KFRAMEWORK_API std::string jsonEncoder(const std::string& s);
+
+/// Text for XML: &lt; &gt; &quot; &apos; for the four, and "&amp" for the ampersand.
+///
+/// @kept    bare-ampersand-entity: "&amp" has no semicolon, here and in EncodeHTML.
+///
+///   a&b<c => a&ampb&lt;c
+KFRAMEWORK_API std::string EncodeXML(const std::string& s);
+
+/// EncodeXML under another name.
+KFRAMEWORK_API std::string xmlEncoder(const std::string& s);
+
+/// EncodeXML, and "&#" with a number for each byte of 128 or more.
+///
+/// @kept    html-signed-bytes: the number is the byte as a signed one, and no semicolon follows.
+///
+///   the byte E9 => &#-23
+KFRAMEWORK_API std::string EncodeHTML(const std::string& s);
+
+/// Each single quote twice. Backslashes stay, which some databases take for escapes.
+///
+///   it's => it''s
+KFRAMEWORK_API std::string EncodeSQL(const std::string& s);
+
+/// Letters, digits and "./-_" as they are, a blank as "+", every other byte as "%" and two capital digits.
+///
+///   a b/c?d => a+b/c%3Fd
+KFRAMEWORK_API std::string EncodeURL(const std::string& s);
+
+/// A byte for each "%" that two bytes follow; a "%" nearer to the end stays.
+///
+/// @kept    plus-in-forms-only: "+" stays; DecodeGetURL makes it a blank.
+/// @kept    url-any-digits: the two bytes need not be digits; what they give then is some byte.
+///
+///   a%2Fc+d => a/c+d
+///   100%    => 100%
+KFRAMEWORK_API std::string DecodeURL(const std::string& s);
+
+/// DecodeURL for form data: each "+" is a blank first.
+///
+///   a+b%2Bc => a b+c
+KFRAMEWORK_API std::string DecodeGetURL(const std::string& s);
+
+/// "#" for each of ; = + < > | " ' \ / [ ] ? * : and for each byte of 128 or more; the length stays.
+/// Leaves "..", control bytes and names of devices.
+///
+///   a:b?c => a#b#c
+KFRAMEWORK_API std::string EncodeFilename(const std::string& s);
+
+/// Turns double-quoted parts of a command into parts with a backslash before each blank.
+/// Leaves ; $ ` | & < > and everything else that means something to a shell.
+///
+/// @kept    posix-drops-quotes: the quotes themselves go, one that is never closed too.
+///
+///   "a b" c => a\ b c
+KFRAMEWORK_API std::string EscapeForPosixShell(const std::string& s);
+
+/// A path without "." and "..": each ".." takes the piece before it away, if there is one.
+/// Knows only "/": "..\\..\\x" passes, and so does "//x", which Windows takes for another machine.
+///
+/// @kept    web-path-loses-root: a ".." takes the empty piece before a leading slash away too.
+///
+///   a/../../b  => b
+///   /x/./y     => /x/y
+///   /a/../../b => b
+KFRAMEWORK_API std::string WebSanityCheck(const std::string& path);
 
 /// The bytes up to the first NUL as Base64, padded, without line breaks.
 ///
@@ -366,7 +448,7 @@ KFRAMEWORK_API std::string FromBase64(const std::string& text);
 /// @param time  seconds since 1970-01-01 UTC. One that LocalTime_R has no fields for reads as the zeros it gives,
 ///              which is day 0 of January 1900.
 /// @param mode  0 time of day, 1 date, 3 both without separators; 2 and every other number both.
-/// @kept    month-first: the month comes before the day in every mode.
+/// @kept    time-month-first: the month comes before the day in every mode.
 /// @kept    time-mode-default: there is no invalid mode.
 /// @threads any, but only after InitializeLibrary, and not while holding the global mutex, which it takes.
 ///
@@ -406,83 +488,3 @@ KFRAMEWORK_API bool SaveFileFromString(const std::string& content, const std::st
 ///          from its first NUL byte on is lost. Only text files survive.
 KFRAMEWORK_API bool LoadFileIntoString(std::string& content, const std::string& path);
 } // namespace KFramework::KStringHelper
-
-/// Base64 of any bytes: the usual alphabet with "+" and "/", padded with "=", without line breaks.
-namespace KFramework::KBase64
-{
-/// Writes the text of some bytes.
-///
-/// @param out      receives at most outSize characters, and a terminating zero if one more fits.
-/// @param outSize  4 for each 3 bytes or part of them, and 1 for the zero; a longer text is cut.
-KFRAMEWORK_API void Encode(const char* in, unsigned long long inSize, char* out, unsigned long long outSize);
-
-/// As Encode, into a buffer of its own.
-///
-/// @param out  receives the terminated text, to be released with DeleteBuffer; null when inSize is so large
-///             that no such buffer can be, or memory is exhausted.
-/// @return  the length of the text plus 1; 0 when out is null.
-/// @kept    base64-length-plus-one: the terminating zero counts.
-///
-///   abc => YWJj and 5
-KFRAMEWORK_API unsigned long long EncodeAlloc(const char* in, unsigned long long inSize, char** out);
-
-/// Reads a text.
-///
-/// @param out      receives the bytes; nothing behind them is touched and no zero is added.
-/// @param outSize  holds the room in out, receives the bytes written.
-/// @return  true when the whole text was consumed. It ends at the first character that is wrong where it
-///          stands, be it a blank or a line break; the bytes before it are written all the same.
-/// @kept    base64-drops-beyond-room: bytes that find no room are dropped, and the result is still true.
-/// @kept    base64-unpadded-false: two or three last characters without their "=" are decoded, but not
-///          consumed.
-///
-///   YWJj, room 3 => abc, true
-///   YWJj, room 1 => a, true
-///   YWI, room 3  => ab, false
-KFRAMEWORK_API bool Decode(const char* in, unsigned long long inSize, char* out, unsigned long long* outSize);
-
-/// As Decode, into a buffer of its own that holds everything.
-///
-/// @param out      receives the bytes and a terminating zero, to be released with DeleteBuffer; null when
-///                 the result is false.
-/// @param outSize  may be null; receives the bytes without the zero; unchanged when the result is false.
-/// @kept    base64-no-memory-true: when memory is exhausted the result is true, out null and outSize 0.
-KFRAMEWORK_API bool DecodeAlloc(const char* in, unsigned long long inSize, char** out,
-                                unsigned long long* outSize);
-
-/// Frees what EncodeAlloc or DecodeAlloc gave, and sets it to null; null is left alone.
-KFRAMEWORK_API void DeleteBuffer(char** buffer);
-} // namespace KFramework::KBase64
-
-/// MD5 digests, for telling contents apart; MD5 protects nothing against anyone who means harm.
-namespace KFramework::TZMd5
-{
-/// A digest in the making.
-struct md5_state_s
-{
-    unsigned int count[2]; ///< bits taken so far, low word first
-    unsigned int abcd[4];  ///< the chaining words
-    unsigned char buf[64]; ///< the bytes that do not fill a block yet
-};
-
-/// Makes a state ready for its first byte.
-KFRAMEWORK_API void md5_init(md5_state_s* state);
-
-/// Adds bytes.
-///
-/// @param data    at any address.
-/// @param length  in bytes; nothing happens when it is 0 or negative.
-KFRAMEWORK_API void md5_append(md5_state_s* state, const unsigned char* data, int length);
-
-/// Writes the digest. The state then needs md5_init before it is used again.
-KFRAMEWORK_API void md5_finish(md5_state_s* state, unsigned char digest[16]);
-
-/// Takes one block into the chaining words; neither the count nor the buffered bytes change.
-KFRAMEWORK_API void md5_process(md5_state_s* state, const unsigned char block[64]);
-
-/// A digest as 32 hexadecimal digits in small letters.
-///
-/// @param text  receives the digits and a terminating zero: 33 bytes.
-/// @return  text.
-KFRAMEWORK_API const char* md5_string(unsigned char digest[16], char* text);
-} // namespace KFramework::TZMd5

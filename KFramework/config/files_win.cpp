@@ -18,9 +18,7 @@ namespace
 {
 using kf::filesystem::c_file;
 
-/// One call reads this much.
-constexpr std::size_t kReadBytes = 64 * 1024;
-using read_buffer = std::array<char, kReadBytes>;
+using read_buffer = std::array<char, kf::config::kReadBytes>;
 
 // Text mode: the runtime turns "\r\n" into "\n" and back and ends a file at its first 1A byte. "N": children do not
 // inherit the file.

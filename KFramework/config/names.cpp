@@ -4,6 +4,14 @@
 
 namespace kf::config
 {
+std::optional<section_and_key> split_name(std::string_view entry_name)
+{
+    const std::size_t between = entry_name.find(kBetween);
+    if (between == std::string_view::npos)
+        return std::nullopt;
+    return section_and_key{entry_name.substr(0, between), entry_name.substr(between + 1)};
+}
+
 bool same_name(std::string_view a, std::string_view b)
 {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),

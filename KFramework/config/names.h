@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -7,7 +8,7 @@ namespace kf::config
 {
 /// Stands between section and key in an entry's name.
 inline constexpr char kBetween = '#';
-/// The section of keys that stand before any header.
+/// KEPT[config-default-section]: the section of keys that stand before any header, also when they are saved.
 inline constexpr std::string_view kNoSection = "_default_";
 
 /// Letters of the "C" locale only, as in KStringHelper::ToLower.
@@ -15,6 +16,18 @@ constexpr char lower(char c)
 {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
+
+/// The two parts of an entry's name.
+struct section_and_key
+{
+    std::string_view section;
+    std::string_view key;
+};
+
+/// Cuts an entry's name at its first kBetween.
+///
+/// @return  nothing when there is none.
+std::optional<section_and_key> split_name(std::string_view entry_name);
 
 /// Whether two texts differ in nothing but the case of letters.
 bool same_name(std::string_view a, std::string_view b);

@@ -78,6 +78,7 @@ bool reader::take_piece(std::string_view piece)
         return true;
     }
     const std::size_t equals = line.find('=');
+    // KEPT[config-trailing-blanks]: the value's own stay.
     if (equals != std::string_view::npos && equals != 0)
         add(without_trailing_blanks(line.substr(0, equals)), without_leading_blanks(line.substr(equals + 1)));
     return true;

@@ -9,6 +9,8 @@ namespace kf::config
 {
 /// A line is read in pieces of at most this many bytes, and each piece counts as a line.
 inline constexpr std::size_t kPieceBytes = 2046;
+/// As much of a file is asked for at once.
+inline constexpr std::size_t kReadBytes = 64 * 1024;
 
 /// Makes entries of a file's bytes, which come as text mode gives them, in portions of any size.
 class reader

@@ -3,6 +3,7 @@ kf_sources(
         edit.cpp
         file_text.cpp
         merge.cpp
+        merge_pass.cpp
         names.cpp
         reader.cpp
         values.cpp

@@ -16,7 +16,7 @@ std::string_view text_of(const char* text)
 
 std::string entry_name(const char* section, const char* key)
 {
-    std::string name;
+    std::string name; // KEPT[config-lower-case]: this is what is saved.
     kf::config::append_lower(name, text_of(section));
     name += kf::config::kBetween;
     kf::config::append_lower(name, text_of(key));

@@ -3,9 +3,11 @@ kf_sources(
         base64.cpp
         base64_buffers.cpp
         base64_text.cpp
+        byte_texts.cpp
         case_folding.cpp
         command_split.cpp
         domain.cpp
+        escapes.cpp
         extraction.cpp
         frame_masks.cpp
         inline_python.cpp
@@ -20,7 +22,9 @@ kf_sources(
         time_text.cpp
         tokens.cpp
         trimming.cpp
+        urls.cpp
         utf8_repair.cpp
+        web_paths.cpp
     WIN
         text_files_win.cpp
         time_text_win.cpp

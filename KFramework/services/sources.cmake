@@ -1,0 +1,10 @@
+kf_sources(
+    PORTABLE
+        key_text.cpp
+        keys.cpp
+        power_state.cpp
+    WIN
+        installation_win.cpp
+        service_run_win.cpp
+        sleep_status_win.cpp
+)

@@ -1,0 +1,68 @@
+#include <algorithm>
+#include <cstdlib>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "KFramework/services.h"
+#include "tests/support/left_behind_win.h"
+
+using namespace KFramework::KServices;
+using kf::test::deep_on_stack;
+using kf::test::freed_memory;
+using kf::test::left_on_stack;
+
+namespace
+{
+constexpr std::size_t kDigitsAt = 12; // behind "pbkdf2$1000$"
+constexpr std::size_t kDigits = 128;
+
+std::string bytes_of(const std::string& digits)
+{
+    std::string bytes;
+    bytes.reserve(kDigits); // never short, so never on the stack
+    for (std::size_t i = 0; i < digits.size(); i += 2)
+        bytes += static_cast<char>(std::strtol(digits.substr(i, 2).c_str(), nullptr, 16));
+    return bytes;
+}
+
+[[gnu::noinline]] void leave_copy(const std::string& bytes)
+{
+    [[maybe_unused]] volatile char copy[32];
+    std::copy(bytes.begin(), bytes.end(), copy);
+}
+} // namespace
+
+TEST(GenerateRandomSalt, DrawsFromTheRuntimeThatTheHostSeeds)
+{
+    std::srand(1); // 41, 18467, 6334, 26500 ...
+    EXPECT_EQ(GenerateRandomSalt().substr(0, 8), "2923be84");
+}
+
+TEST(GeneratePBKDF2Key, LeavesNoDerivedBytesOnTheStack)
+{
+    std::string key;
+    deep_on_stack([&] { key = GeneratePBKDF2Key("password", "salt", 1000); });
+    const std::string bytes = bytes_of(key.substr(kDigitsAt, kDigits)).substr(0, 32);
+    EXPECT_FALSE(left_on_stack(bytes));
+    deep_on_stack([&] { leave_copy(bytes); });
+    EXPECT_TRUE(left_on_stack(bytes)) << "nothing would have been seen";
+}
+
+TEST(VerifyPBKDF2Key, FreesNoMemoryThatHoldsTheKeyOrAPasswordInClearText)
+{
+    const std::string key = GeneratePBKDF2Key("password", "salt", 1000);
+    const std::string digits = key.substr(kDigitsAt, kDigits);
+    {
+        const freed_memory watch(digits);
+        EXPECT_TRUE(VerifyPBKDF2Key(key, "password"));
+        EXPECT_GT(watch.blocks(), 2);
+        EXPECT_EQ(watch.count(), 0);
+    }
+    const std::string stored = "wrong in the end"; // clear text, too long for a string without a block
+    const freed_memory watch(stored);
+    EXPECT_TRUE(VerifyPBKDF2Key(stored, stored));
+    EXPECT_FALSE(VerifyPBKDF2Key(stored, "password"));
+    EXPECT_GE(watch.blocks(), 2);
+    EXPECT_EQ(watch.count(), 0);
+}
