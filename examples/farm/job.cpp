@@ -6,6 +6,8 @@
 #include <KFramework/string.h>
 
 #include <map>
+#include <numeric>
+#include <vector>
 
 namespace farm
 {
@@ -39,10 +41,9 @@ std::optional<number_pair> pair_around(const std::string& text, char separator, 
 
 std::string frame_range(const job& value)
 {
-    std::set<int> frames;
-    for (int frame = value.first_frame; frame <= value.last_frame(); ++frame)
-        frames.insert(frames.end(), frame);
-    return KStringHelper::IntSetToPrintableRanges(&frames);
+    std::vector<int> frames(static_cast<std::size_t>(value.frame_count));
+    std::iota(frames.begin(), frames.end(), value.first_frame);
+    return KStringHelper::IntVectorToPrintableRanges(&frames);
 }
 
 entry_map to_entries(const job& value)
