@@ -8,6 +8,7 @@
 #include "KFramework/config.h"
 #include "KFramework/core.h"
 #include "KFramework/filesystem.h"
+#include "KFramework/ldap.h"
 #include "KFramework/logger.h"
 #include "KFramework/object.h"
 #include "KFramework/process.h"

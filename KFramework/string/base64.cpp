@@ -121,10 +121,12 @@ bool decode_group(const char* in, std::size_t size, limited_bytes& out)
 
 namespace kf::string
 {
-void base64_encode(const char* in, std::size_t size, char* out, std::size_t room)
+void base64_encode(const base64_kernel& kernel, const char* in, std::size_t size, char* out, std::size_t room)
 {
-    std::size_t read = encode_groups(in, size, out, room);
+    std::size_t read = kernel.encode(in, size, out, room);
     std::size_t written = read / 3 * 4;
+    read += encode_groups(in + read, size - read, out + written, room - written);
+    written = read / 3 * 4;
     if (read < size && written < room)
     {
         const std::array<char, 4> last = group_of(in + read, size - read);
@@ -136,12 +138,15 @@ void base64_encode(const char* in, std::size_t size, char* out, std::size_t room
         out[written] = '\0';
 }
 
-base64_decoded base64_decode(const char* in, std::size_t size, char* out, std::size_t room)
+base64_decoded base64_decode(const base64_kernel& kernel, const char* in, std::size_t size, char* out,
+                             std::size_t room)
 {
-    std::size_t read = decode_groups(in, size, out, room);
+    std::size_t read = kernel.decode(in, size, out, room);
+    const std::size_t written = read / 4 * 3;
+    read += decode_groups(in + read, size - read, out + written, room - written);
     limited_bytes bytes(out, room, read / 4 * 3);
     while (read < size && decode_group(in + read, size - read, bytes))
-        read += std::min<std::size_t>(4, size - read);
+        read += 4;
     return {bytes.written(), read == size};
 }
 } // namespace kf::string

@@ -3,11 +3,13 @@
 #include "KFramework/string.h"
 #include "KFramework/string/base64.h"
 
+using kf::string::best_base64_kernel;
+
 namespace KFramework::KBase64
 {
 void Encode(const char* in, unsigned long long inSize, char* out, unsigned long long outSize)
 {
-    kf::string::base64_encode(in, inSize, out, outSize);
+    kf::string::base64_encode(best_base64_kernel(), in, inSize, out, outSize);
 }
 
 unsigned long long EncodeAlloc(const char* in, unsigned long long inSize, char** out)
@@ -25,7 +27,7 @@ unsigned long long EncodeAlloc(const char* in, unsigned long long inSize, char**
 
 bool Decode(const char* in, unsigned long long inSize, char* out, unsigned long long* outSize)
 {
-    const kf::string::base64_decoded decoded = kf::string::base64_decode(in, inSize, out, *outSize);
+    const auto decoded = kf::string::base64_decode(best_base64_kernel(), in, inSize, out, *outSize);
     *outSize = decoded.written;
     return decoded.whole;
 }

@@ -2,6 +2,7 @@ kf_sources(
     PORTABLE
         base64.cpp
         base64_buffers.cpp
+        base64_kernels.cpp
         base64_text.cpp
         byte_texts.cpp
         case_folding.cpp

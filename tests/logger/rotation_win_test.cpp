@@ -371,7 +371,7 @@ HANDLE WINAPI refuse_to_open(LPCWSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD
 TEST_F(CheckLogRotationTest, GoesOnWithTheConsoleWhenTheLogCannotBeOpenedAnew)
 {
     folder.write("default.log", kSeed);
-    const held_clock clock(kMarchSixth);
+    held_clock clock(kMarchSixth);
     rotate_by(2);
     logger.outputFlags = kConsole | kFile;
     captured_output console(captured_output::stream::output);
@@ -383,6 +383,14 @@ TEST_F(CheckLogRotationTest, GoesOnWithTheConsoleWhenTheLogCannotBeOpenedAnew)
     EXPECT_EQ(called_with.size(), 1u);
     add("shown too");
     EXPECT_NE(console.text().find("shown too\n"), std::string::npos);
+    EXPECT_FALSE(names().contains("default.log"));
+
+    clock.set(kMarchSixth + kDay);
+    KFramework::KProcesses::LockMutex(logger.writeMutex);
+    CheckLogRotation(&logger);
+    KFramework::KProcesses::UnlockMutex(logger.writeMutex);
+    add("in the file again");
+    EXPECT_EQ(messages_of(log()), std::vector<std::string>{"in the file again"});
 }
 
 int give_a_result(const char* path)

@@ -3,6 +3,7 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <string_view>
 
 #include <gtest/gtest.h>
 
@@ -207,8 +208,10 @@ TEST(Decode, DropsBytesBeyondItsRoomAndIsStillTrue)
     EXPECT_EQ(size, 0u);
 }
 
-TEST(Decode, FollowsTheRulesWithEveryByteAtEveryPlaceOfEveryShortText)
+TEST(Decode, FollowsTheRulesWithEveryKindOfByteAtEveryPlaceOfEveryShortText)
 {
+    // Both ends of each range of the alphabet and their neighbours, and what else stands in texts.
+    constexpr std::string_view kinds("AZ@[az`{09/:+,.*-=_ \n\0\x7F\x80\xFF", 25);
     std::mt19937 random(3);
     for (std::size_t size = 0; size <= 70; ++size)
     {
@@ -216,9 +219,9 @@ TEST(Decode, FollowsTheRulesWithEveryByteAtEveryPlaceOfEveryShortText)
         for (std::size_t at = 0; at < size; ++at)
         {
             const char kept = text[at];
-            for (int byte = 0; byte < 256; ++byte)
+            for (const char byte : kinds)
             {
-                text[at] = static_cast<char>(byte);
+                text[at] = byte;
                 expect_like_reference(text, 60);
                 if (HasFatalFailure())
                     return;

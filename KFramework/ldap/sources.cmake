@@ -1,0 +1,8 @@
+kf_sources(
+    PORTABLE
+        error_text.cpp
+    WIN
+        search_win.cpp
+        session_win.cpp
+        wide_text_win.cpp
+)
