@@ -6,6 +6,7 @@
 #include "tests/process/process_rows_win.h"
 #include "tests/support/call_fault_win.h"
 #include "tests/support/handle_count_win.h"
+#include "tests/support/import_hook_win.h"
 
 #include <gtest/gtest.h>
 
@@ -20,6 +21,7 @@ using namespace KFramework::KProcesses;
 using KClientLib::KProcessSnapshot;
 using kf::test::call_fault;
 using kf::test::handle_count;
+using kf::test::import_hook;
 using kf::test::process_rows;
 using kf::test::spawned_child;
 
@@ -101,10 +103,24 @@ TEST(CreateProcsSnapshot, KeepsTheSystemsOrderAndWritesNamesInUtf8)
 // KEPT[snapshot-drops-records]
 TEST(CreateProcsSnapshot, DropsTheRecordsOfTheListWithoutFreeingThem)
 {
-    KProcessSnapshot before{"mine", 1, 2}; // freeing it would end the test
+    static KProcessSnapshot before;
+    static bool freed = false;
+    freed = false;
+    before = {"mine", 1, 2};
     process_list all;
     all.records.push_back(&before);
+    // The heap would bear such a pointer without a word.
+    const import_hook hook(
+        "_ZdlPvy",
+        +[](void* memory, std::size_t size)
+        {
+            if (memory == &before)
+                freed = true;
+            else
+                ::operator delete(memory, size);
+        });
     ASSERT_TRUE(CreateProcsSnapshot(&all.records, 0));
+    EXPECT_FALSE(freed);
     EXPECT_EQ(std::ranges::count(all.records, &before), 0);
     EXPECT_EQ(before.name, "mine");
 }
