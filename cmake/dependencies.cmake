@@ -87,7 +87,7 @@ if(BUILD_TESTING AND NOT KF_CHECKS STREQUAL "fuzz")
     target_include_directories(kf_gtest SYSTEM PUBLIC ${KF_GTEST_SOURCE}/googletest/include
                                                       ${KF_GTEST_SOURCE}/googlemock/include)
     target_include_directories(kf_gtest PRIVATE ${KF_GTEST_SOURCE}/googletest ${KF_GTEST_SOURCE}/googlemock)
-    target_link_libraries(kf_gtest PUBLIC Threads::Threads)
+    target_link_libraries(kf_gtest PUBLIC Threads::Threads PRIVATE kf_test_options)
   else()
     find_package(GTest REQUIRED)
     add_library(kf_gtest INTERFACE)
