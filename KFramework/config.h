@@ -6,9 +6,10 @@
 /// Errors: results; LoadConfigFile also logs to the default logger, at level 1 as module "KFramework".
 /// Ownership: arguments stay the caller's. A manager is never null; any other null text counts as empty.
 /// Names of sections and keys ignore the case of the letters A to Z. Blanks are spaces, never tabs.
-/// Nothing is escaped. A section with "#", "]" or a line feed, a key with "=", a line feed, a "#" or "[" in front or
-/// blanks around it, or a value with a line feed is saved, but read back as something else: such a value can bring
-/// settings of its own. Text from outside is checked for them before it is stored.
+/// Nothing is escaped. A section with "#", "]" or a line feed, a key that is empty or has "=", a line feed, a "#" or "["
+/// in front or blanks around it, a value with a line feed, a byte 1A in any of them, or a line of more than 2,045 bytes
+/// is saved, but read back as something else: such a value can bring settings of its own or end the file. Text from
+/// outside is checked for them before it is stored.
 
 #include <map>
 #include <string>
@@ -68,7 +69,8 @@ KFRAMEWORK_API std::string GetConfigValue(CKConfigManager* manager, const char* 
 KFRAMEWORK_API bool SetConfigValue(CKConfigManager* manager, const char* section, const char* key, int value);
 
 /// As above.
-KFRAMEWORK_API bool SetConfigValue(CKConfigManager* manager, const char* section, const char* key, long value);
+KFRAMEWORK_API bool SetConfigValue(CKConfigManager* manager, const char* section, const char* key,
+                                   long value);
 
 /// As above.
 ///

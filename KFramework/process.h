@@ -451,3 +451,5 @@ KFRAMEWORK_API void* GetEnvironmentWideString(KClientLib::KEnvironment* environm
 KFRAMEWORK_API bool MergeEnvironmentWithBatFile(KClientLib::KEnvironment* environment,
                                                 const std::string& batchFile, std::string& errorText);
 } // namespace KFramework::KProcesses
+
+#include "KFramework/process_tree.h"

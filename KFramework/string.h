@@ -253,7 +253,7 @@ KFRAMEWORK_API bool SplitCommandLines(const std::string& commandLine, std::strin
 ///
 /// @param digits  any text; one that is long enough comes back unchanged.
 /// @param width   in bytes; 0 and less change nothing.
-/// @kept    padding-before-sign: the text is not looked at, so zeros go in front of a sign too.
+/// @kept    zeros-before-sign: the text is not looked at, so zeros go in front of a sign too.
 ///
 ///   7, 3  => 007
 ///   -5, 4 => 00-5
@@ -448,7 +448,7 @@ KFRAMEWORK_API std::string FromBase64(const std::string& text);
 /// @param time  seconds since 1970-01-01 UTC. One that LocalTime_R has no fields for reads as the zeros it gives,
 ///              which is day 0 of January 1900.
 /// @param mode  0 time of day, 1 date, 3 both without separators; 2 and every other number both.
-/// @kept    month-first: the month comes before the day in every mode.
+/// @kept    time-month-first: the month comes before the day in every mode.
 /// @kept    time-mode-default: there is no invalid mode.
 /// @threads any, but only after InitializeLibrary, and not while holding the global mutex, which it takes.
 ///

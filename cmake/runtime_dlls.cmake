@@ -18,3 +18,17 @@ if(MINGW)
     endif()
   endforeach()
 endif()
+
+# kf_split_debug(TARGET): moves the debug information into TARGET.dll.debug beside it, where gdb finds it. A loader
+# that reads the whole file at each program start, as Wine's does, then reads a tenth.
+function(kf_split_debug target)
+  if(MINGW)
+    add_custom_command(
+      TARGET ${target}
+      POST_BUILD
+      COMMAND ${CMAKE_OBJCOPY} --only-keep-debug $<TARGET_FILE:${target}> $<TARGET_FILE:${target}>.debug
+      COMMAND ${CMAKE_OBJCOPY} --strip-debug --add-gnu-debuglink=$<TARGET_FILE:${target}>.debug
+              $<TARGET_FILE:${target}>
+      VERBATIM)
+  endif()
+endfunction()

@@ -1,6 +1,7 @@
 #!/bin/bash
-# The main job, watched: one server and two workers render an animation on this machine, and one worker is killed
-# in the middle. Leaves frames, contact sheet and logs in build/demo. From a bare Debian 12 on.
+# The main job, watched: one server and two workers, which share a farm.conf, render an animation on this machine, and
+# one worker is killed in the middle. Leaves frames, contact sheet, logs and the completed farm.conf in build/demo. From
+# a bare Debian 12 on.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -37,7 +38,7 @@ a_quarter_is_done()
 
 worker()
 {
-    "$wine" "$programs/farm_worker.exe" --port "$port" --name "$1" --log-folder "$out" \
+    "$wine" "$programs/farm_worker.exe" --config "$out/farm.conf" --port "$port" --name "$1" --log-folder "$out" \
         </dev/null >"$out/$1.out" 2>&1 9>&- &
 }
 
@@ -51,8 +52,15 @@ start_wine || fail "no Wine to run the programs with"
 programs=build/mingw-release/bin
 rm -rf "$out"
 mkdir -p "$out"
-"$wine" "$programs/farm_server.exe" --output "$out" --frames "$frames" --width 320 --height 180 \
-    --port-file "$out/port" --progress live </dev/null 9>&- &
+cat >"$out/farm.conf" <<EOF
+# The demo's job. The programs add what is missing and leave these lines alone.
+[job]
+frames = $frames
+width = 320
+height = 180
+EOF
+"$wine" "$programs/farm_server.exe" --config "$out/farm.conf" --output "$out" --port-file "$out/port" \
+    --progress live </dev/null 9>&- &
 server=$!
 wait_for test -s "$out/port"
 port=$(tr -d '\r\n' <"$out/port")
@@ -70,4 +78,7 @@ wait "$ada" || true
 ((code == 0)) || fail "the server ended with code $code; see $out/farm_server.log"
 (($(frames_done) == frames)) || fail "only $(frames_done) of $frames frames are there"
 [[ -s $out/contact-sheet.png ]] || fail "there is no contact sheet"
+grep -q "^frames = $frames" "$out/farm.conf" || fail "$out/farm.conf has lost its lines"
+grep -q '^threads = ' "$out/farm.conf" || fail "$out/farm.conf was not completed"
+grep -q '^job: ' "$out/ada.out" || fail "worker ada was not told the job"
 echo "worker bob was killed in the middle; all $frames frames are there: $out/contact-sheet.png"

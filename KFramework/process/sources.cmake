@@ -5,14 +5,20 @@ kf_sources(
         command_line.cpp
         environment.cpp
         mutexes.cpp
+        priority_map.cpp
         read_plan.cpp
+        snapshot_rows.cpp
         thread_record.cpp
+        tree_build.cpp
     WIN
+        affinity_priority_win.cpp
         batch_environment_win.cpp
         environment_win.cpp
         pipe_reader_win.cpp
         pipes_win.cpp
+        snapshot_win.cpp
         spawn_win.cpp
         threads_win.cpp
+        tree_walk_win.cpp
         wait_win.cpp
 )

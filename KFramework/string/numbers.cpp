@@ -131,7 +131,7 @@ std::string AddNumericPadding(const std::string& digits, int width)
         return digits;
     std::string padded;
     padded.reserve(wanted);
-    // KEPT[padding-before-sign]: the text is not looked at.
+    // KEPT[zeros-before-sign]: the text is not looked at.
     padded.append(wanted - digits.size(), '0');
     padded += digits;
     return padded;

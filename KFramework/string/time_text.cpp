@@ -28,7 +28,7 @@ std::string time_text(const std::tm& local, int mode)
     char text[kTimeRoom];
     const int month = local.tm_mon + 1;
     const int year = local.tm_year + 1900;
-    // KEPT[month-first]: in every mode.
+    // KEPT[time-month-first]: in every mode.
     switch (mode)
     {
     case kModeTimeOfDay:

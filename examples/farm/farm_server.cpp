@@ -2,6 +2,7 @@
 
 #include "server_win.h"
 
+#include "door_win.h"
 #include "host_win.h"
 #include "job_folder_win.h"
 
@@ -9,97 +10,16 @@
 #include <KFramework/filesystem.h>
 #include <KFramework/string.h>
 
-#include <atomic>
+#include <algorithm>
 #include <cstdio>
 #include <io.h>
+#include <string_view>
 
 using namespace KFramework;
 
 namespace
 {
 constexpr const char* kProgram = "farm_server";
-
-/// Accepts workers on a thread of its own until stopped.
-class acceptor
-{
-public:
-    acceptor(SOCKET listener, farm::port_loop& loop)
-        : listener_(listener), loop_(loop), thread_(KProcesses::SpawnThread(&acceptor::routine, this))
-    {
-    }
-
-    ~acceptor()
-    {
-        stop_ = true;
-        KProcesses::JoinThread(thread_, 0, nullptr);
-        KSocket::CloseSocket(listener_);
-    }
-    acceptor(const acceptor&) = delete;
-    acceptor& operator=(const acceptor&) = delete;
-
-private:
-    static unsigned int routine(void* start)
-    {
-        auto* const self = static_cast<acceptor*>(KProcesses::GetThreadData(start));
-        for (int id = 1; !self->stop_;)
-            id += self->accept_one(id) ? 1 : 0;
-        KProcesses::EndThread(0, start);
-        return 0;
-    }
-
-    bool accept_one(int id)
-    {
-        fd_set ready;
-        FD_ZERO(&ready);
-        FD_SET(listener_, &ready);
-        timeval moment{0, 100'000};
-        if (KSocket::SelectSocket(0, &ready, nullptr, nullptr, &moment) < 1)
-            return false;
-        sockaddr_storage address = {};
-        int length = sizeof address;
-        const SOCKET accepted = KSocket::AcceptSocket(listener_, &address, &length);
-        if (accepted == INVALID_SOCKET)
-        {
-            MicroSleep(100); // out of handles, perhaps: the client still waits, and select would not
-            return false;
-        }
-
-        char host[NI_MAXHOST] = {};
-        int port = 0;
-        KSocket::FillSocketHostAndPort(&address, &length, host, &port, nullptr);
-        KSocket::SetNagleStatus(accepted, true); // orders are small and must not wait
-        auto* const stream = new farm::connection(id);
-        stream->SetSocketHostAndPort(host, port);
-        stream->BindSocket(accepted);
-        loop_.serve(stream); // on_opened tells the server
-        return true;
-    }
-
-    SOCKET listener_;
-    farm::port_loop& loop_;
-    std::atomic<bool> stop_ = false;
-    KProcesses::KThreadObject* thread_;
-};
-
-/// A listening socket on the loopback interface; `port` 0 lets the system choose, and is set to the choice.
-SOCKET listen_on_loopback(int& port)
-{
-    const SOCKET listener = KSocket::CreateSocket(AF_INET, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = ::htonl(INADDR_LOOPBACK);
-    address.sin_port = ::htons(static_cast<u_short>(port));
-    int length = sizeof address;
-    if (::bind(listener, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
-        KSocket::ListenSocket(listener) != 0 ||
-        ::getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length) != 0)
-    {
-        KSocket::CloseSocket(listener);
-        return INVALID_SOCKET;
-    }
-    port = ::ntohs(address.sin_port);
-    return listener;
-}
 
 /// The line that is redrawn while the job runs, or a line per change where the output is no console.
 class display
@@ -178,7 +98,7 @@ int serve(const farm::server_settings& settings, SOCKET listener, bool live)
     {
         farm::port_loop loop(settings.threads, host);
         {
-            const acceptor door(listener, loop);
+            const farm::acceptor door(listener, loop);
             finished = run_job(host, settings, live);
         } // nobody new comes in from here on
         part(host);
@@ -197,17 +117,47 @@ int serve(const farm::server_settings& settings, SOCKET listener, bool live)
         farm::complain(kProgram, "cannot write " + farm::sheet_file(settings));
     return whole && shown ? farm::kSuccess : farm::kIncomplete;
 }
+
+/// What is wrong with the name of the frames' files, or nothing.
+std::string wrong_mask(const std::string& mask)
+{
+    if (KFileSystem::GetFileMaskPadding(mask) == 0)
+        return "the mask " + mask + " has no # for the frame number";
+    const auto is_odd = [](char c)
+    {
+        return static_cast<unsigned char>(c) < ' ' ||
+               std::string_view("\\/:*?\"<>|").find(c) != std::string_view::npos;
+    };
+    if (std::any_of(mask.begin(), mask.end(), is_odd))
+        return "the mask " + mask + " is no plain file name";
+    return "";
+}
+
 /// What is wrong with the names that were given, or nothing.
 std::string wrong_name(const farm::server_settings& settings)
 {
-    if (KFileSystem::GetFileMaskPadding(settings.mask) == 0)
-        return "the mask " + settings.mask + " has no # for the frame number";
-    if (settings.mask.find_first_of("\\/:*?\"<>|") != std::string::npos)
-        return "the mask " + settings.mask + " is no plain file name";
     // The frame number would replace everything from there to the last # of the file name.
     if (KFileSystem::GetFileMaskPadding(settings.folder) != 0)
         return "the folder " + settings.folder + " must not hold a #";
-    return "";
+    return wrong_mask(settings.mask);
+}
+
+farm::setting_list shared_settings(farm::server_settings& to, int& port)
+{
+    farm::setting_list list("job");
+    list.number("frames", "number of frames", to.frame_count, 1, 100'000);
+    list.number("first", "number of the first frame", to.first_frame, 0, 100'000);
+    list.number("width", "pixels", to.width, 1, farm::kLargestSide);
+    list.number("height", "pixels", to.height, 1, farm::kLargestSide);
+    list.text("mask", "sequence mask of the frames' file names", to.mask, wrong_mask);
+    list.number("limit", "seconds a renderer may take", to.limit_seconds, 1, 86'400);
+    list.number("tries", "tries for one frame", to.tries, 1, 100);
+    list.begin("server");
+    list.number("port", "port on 127.0.0.1; 0: the system chooses", port, 0, 65535);
+    list.number("silence", "seconds after which a silent worker is lost", to.silence_seconds, 3, 86'400);
+    list.number("patience", "seconds to wait when there is no worker at all", to.patience_seconds, 1, 86'400);
+    list.number("threads", "completion-port threads", to.threads, 1, 64);
+    return list;
 }
 } // namespace
 
@@ -220,25 +170,12 @@ int wmain(int argc, wchar_t** argv)
 
     CLI::App app("Hands the frames of an animation to workers.", kProgram);
     app.add_option("--output", settings.folder, "folder for frames, contact sheet and log")->required();
-    app.add_option("--frames", settings.frame_count, "number of frames")->check(CLI::Range(1, 100'000));
-    app.add_option("--first", settings.first_frame, "number of the first frame")
-        ->check(CLI::Range(0, 100'000));
-    app.add_option("--width", settings.width, "pixels")->check(CLI::Range(1, 8192));
-    app.add_option("--height", settings.height, "pixels")->check(CLI::Range(1, 8192));
-    app.add_option("--mask", settings.mask, "sequence mask of the frames' file names");
-    app.add_option("--port", port, "port on 127.0.0.1; 0: the system chooses")->check(CLI::Range(0, 65535));
     app.add_option("--port-file", port_file, "the port is written to this file");
-    app.add_option("--tries", settings.tries, "tries for one frame")->check(CLI::Range(1, 100));
-    app.add_option("--limit", settings.limit_seconds, "seconds a renderer may take")
-        ->check(CLI::Range(1, 86'400));
-    app.add_option("--silence", settings.silence_seconds, "seconds after which a silent worker is lost")
-        ->check(CLI::Range(3, 86'400));
-    app.add_option("--patience", settings.patience_seconds, "seconds to wait when there is no worker at all")
-        ->check(CLI::Range(1, 86'400));
-    app.add_option("--threads", settings.threads, "completion-port threads")->check(CLI::Range(1, 64));
     app.add_option("--progress", progress, "live, plain or auto")
         ->check(CLI::IsMember({"live", "plain", "auto"}));
-    if (const int code = farm::parse_command_line(app, argc, argv); code >= 0)
+    farm::setting_list shared = shared_settings(settings, port);
+    farm::config_file file;
+    if (const int code = farm::read_settings(app, argc, argv, shared, file); code >= 0)
         return code;
     settings.folder = farm::full_path(settings.folder); // workers run elsewhere
     if (const std::string wrong = wrong_name(settings); !wrong.empty())
@@ -253,7 +190,8 @@ int wmain(int argc, wchar_t** argv)
     }
 
     const farm::library_session library(settings.folder, kProgram);
-    const SOCKET listener = listen_on_loopback(port);
+    farm::write_missing_settings(kProgram, shared, file);
+    const SOCKET listener = farm::listen_on_loopback(port);
     if (listener == INVALID_SOCKET)
     {
         farm::complain(kProgram, "cannot listen on port " + std::to_string(port));
@@ -265,6 +203,7 @@ int wmain(int argc, wchar_t** argv)
         KSocket::CloseSocket(listener);
         return farm::kCannotStart;
     }
+    std::printf("job: %s\nbundle: %s\n", job_line(settings).c_str(), to_bundle(settings).c_str());
     std::printf("listening on 127.0.0.1:%d\n", port);
     std::fflush(stdout);
     return serve(settings, listener,

@@ -1,14 +1,11 @@
 // The farm's worker program: takes orders, runs the renderer, reports.
 
 #include "host_win.h"
-#include "port_loop_win.h"
+#include "mailbox_win.h"
 #include "renderer_win.h"
 
 #include <KFramework/core.h>
 #include <KFramework/filesystem.h>
-
-#include <deque>
-#include <mutex>
 
 using namespace KFramework;
 
@@ -26,71 +23,10 @@ struct worker_settings
     int silence_seconds = 10;
 };
 
-struct received_order
-{
-    unsigned int ticket = 0;
-    farm::order work;
-};
-
-/// What the server said, kept until the worker's main loop asks.
-class mailbox : public farm::connection_handler
-{
-public:
-    bool on_message(farm::connection& from, farm::command what, const std::string& text,
-                    unsigned int ticket) override
-    {
-        const std::lock_guard lock(guard_);
-        from.UpdateHeartBeat(GetServerTime());
-        if (what == farm::command::order)
-        {
-            const auto work = farm::parse_order(text);
-            if (work)
-                orders_.push_back({ticket, *work});
-            return work.has_value();
-        }
-        farewell_ = farewell_ || what == farm::command::farewell;
-        return what == farm::command::farewell || what == farm::command::heartbeat;
-    }
-
-    void on_closed(farm::connection& /*ended*/) override
-    {
-        const std::lock_guard lock(guard_);
-        closed_ = true;
-    }
-
-    std::optional<received_order> next_order()
-    {
-        const std::lock_guard lock(guard_);
-        if (orders_.empty())
-            return std::nullopt;
-        const received_order next = orders_.front();
-        orders_.pop_front();
-        return next;
-    }
-
-    bool farewell()
-    {
-        const std::lock_guard lock(guard_);
-        return farewell_;
-    }
-
-    bool closed()
-    {
-        const std::lock_guard lock(guard_);
-        return closed_;
-    }
-
-private:
-    std::mutex guard_;
-    std::deque<received_order> orders_; // guarded by guard_
-    bool farewell_ = false;             // guarded by guard_
-    bool closed_ = false;               // guarded by guard_
-};
-
 class worker
 {
 public:
-    worker(const worker_settings& settings, farm::connection& server, mailbox& mail)
+    worker(const worker_settings& settings, farm::connection& server, farm::mailbox& mail)
         : settings_(settings), server_(server), mail_(mail)
     {
     }
@@ -111,7 +47,7 @@ public:
     }
 
 private:
-    void draw(const received_order& next)
+    void draw(const farm::received_order& next)
     {
         std::string failure = attempt(next);
         if (mail_.closed())
@@ -135,9 +71,9 @@ private:
     }
 
     /// Empty, or why there is no picture. Leaving ends the renderer.
-    std::string attempt(const received_order& next)
+    std::string attempt(const farm::received_order& next)
     {
-        farm::renderer child(settings_.renderer, next.work);
+        farm::renderer child(settings_.renderer, next.whole, next.work);
         if (!child.started())
             return "the renderer does not start: " + child.error();
         const unsigned long long started = ::GetTickCount64();
@@ -151,8 +87,8 @@ private:
                 return *code == 0 ? "" : "the renderer ended with code " + std::to_string(*code);
             if (mail_.closed())
                 return "the server has gone";
-            if (::GetTickCount64() - started > 1000ULL * static_cast<unsigned int>(next.work.limit_seconds))
-                return "the renderer took more than " + std::to_string(next.work.limit_seconds) + " seconds";
+            if (::GetTickCount64() - started > 1000ULL * static_cast<unsigned int>(next.whole.limit_seconds))
+                return "the renderer took more than " + std::to_string(next.whole.limit_seconds) + " seconds";
             MicroSleep(20);
         }
     }
@@ -174,14 +110,14 @@ private:
 
     const worker_settings& settings_;
     farm::connection& server_;
-    mailbox& mail_;
+    farm::mailbox& mail_;
     farm::clock_ticker clock_;
     long long last_heartbeat_ = 0;
 };
 
 int work(const worker_settings& settings)
 {
-    mailbox mail;
+    farm::mailbox mail;
     farm::port_loop loop(1, mail);
     auto* const server = new farm::connection(0);
     server->Retain();
@@ -208,6 +144,17 @@ int work(const worker_settings& settings)
         farm::complain(kProgram, "the server went away");
     return code;
 }
+
+farm::setting_list shared_settings(worker_settings& to)
+{
+    farm::setting_list list("worker");
+    list.text("server", "host of the server", to.server, farm::not_empty);
+    list.number("silence", "seconds after which a silent server is lost", to.silence_seconds, 3, 86'400);
+    // Right for one machine or one run only: not written into the file unasked.
+    list.number("port", "the server's port", to.port, 1, 65535).has_default = false;
+    list.text("renderer", "program that draws a frame", to.renderer, farm::not_empty).has_default = false;
+    return list;
+}
 } // namespace
 
 int wmain(int argc, wchar_t** argv)
@@ -216,15 +163,17 @@ int wmain(int argc, wchar_t** argv)
     settings.renderer = KFileSystem::GetFilePath(_GetModuleFullPath()) + "\\farm_render.exe";
 
     CLI::App app("Draws frames for a farm server.", kProgram);
-    app.add_option("--server", settings.server, "host of the server");
-    app.add_option("--port", settings.port, "its port")->required()->check(CLI::Range(1, 65535));
     app.add_option("--name", settings.name, "this worker's name: letters, digits, - and _");
-    app.add_option("--renderer", settings.renderer, "program that draws a frame");
     app.add_option("--log-folder", settings.log_folder, "folder of the log file")->required();
-    app.add_option("--silence", settings.silence_seconds, "seconds after which a silent server is lost")
-        ->check(CLI::Range(3, 86'400));
-    if (const int code = farm::parse_command_line(app, argc, argv); code >= 0)
+    farm::setting_list shared = shared_settings(settings);
+    farm::config_file file;
+    if (const int code = farm::read_settings(app, argc, argv, shared, file); code >= 0)
         return code;
+    if (settings.port == 0)
+    {
+        farm::complain(kProgram, "no port: neither --port nor port in section [worker] is there");
+        return farm::kBadUsage;
+    }
     if (!farm::parse_hello(to_text(farm::hello{settings.name})))
     {
         farm::complain(kProgram, "the name must be 1 to 40 letters, digits, - or _");
@@ -243,5 +192,6 @@ int wmain(int argc, wchar_t** argv)
         return farm::kNoRenderer;
     }
     const farm::library_session library(settings.log_folder, settings.name);
+    farm::write_missing_settings(kProgram, shared, file);
     return work(settings);
 }

@@ -83,6 +83,44 @@ int parse_command_line(CLI::App& app, int argc, wchar_t** argv)
     }
 }
 
+namespace
+{
+CLI::Option* add_option(CLI::App& app, setting& one)
+{
+    if (one.number != nullptr)
+        return app.add_option("--" + one.key, *one.number, one.help)
+            ->check(CLI::Range(one.lowest, one.highest));
+    return app.add_option("--" + one.key, *one.text, one.help);
+}
+} // namespace
+
+int read_settings(CLI::App& app, int argc, wchar_t** argv, setting_list& settings, config_file& file)
+{
+    std::string path = config_file::usual_path();
+    app.add_option("--config", path, "file with the settings that no option gives");
+    std::vector<CLI::Option*> options;
+    for (setting& one : settings.all())
+        options.push_back(add_option(app, one));
+    if (const int code = parse_command_line(app, argc, argv); code >= 0)
+        return code;
+    for (std::size_t i = 0; i < options.size(); ++i)
+        settings.all()[i].given = options[i]->count() > 0;
+
+    std::string wrong = file.load(full_path(path));
+    if (wrong.empty())
+        wrong = file.apply_to(settings);
+    if (wrong.empty())
+        return -1;
+    complain(app.get_name().c_str(), wrong);
+    return kBadUsage;
+}
+
+void write_missing_settings(const char* program, const setting_list& settings, config_file& file)
+{
+    if (const std::string wrong = file.add_missing(settings); !wrong.empty())
+        complain(program, "warning: " + wrong);
+}
+
 void complain(const char* program, const std::string& message)
 {
     std::fprintf(stderr, "%s: %s\n", program, message.c_str());

@@ -6,6 +6,8 @@
 
 #include <KFramework/logger.h>
 
+#include "config_file_win.h"
+
 #include <CLI/CLI.hpp>
 
 #include <string>
@@ -17,7 +19,7 @@ enum exit_code : int
 {
     kSuccess = 0,
     kIncomplete = 1,     ///< some frames are missing; the renderer could not write its file
-    kBadUsage = 2,       ///< the command line was wrong
+    kBadUsage = 2,       ///< the command line or farm.conf was wrong
     kCannotStart = 3,    ///< a folder, a port or the server cannot be reached
     kNoRenderer = 4,     ///< the renderer does not exist
     kServerVanished = 5, ///< the server went away before its farewell
@@ -57,6 +59,14 @@ bool make_folder(const std::string& folder);
 /// Parses a wide command line. Gives -1 to go on, or the exit code after having
 /// printed the help or one line about what is wrong.
 int parse_command_line(CLI::App& app, int argc, wchar_t** argv);
+
+/// Adds an option for every setting and one, --config, for the file; parses the command line and takes over what the
+/// file says. An option wins over the file, the file over the default. Gives -1 to go on, or the exit code after
+/// having printed the help or one line about what is wrong.
+int read_settings(CLI::App& app, int argc, wchar_t** argv, setting_list& settings, config_file& file);
+
+/// Completes the file; a warning when that is impossible, and the program goes on.
+void write_missing_settings(const char* program, const setting_list& settings, config_file& file);
 
 /// Prints "program: message" on standard error.
 void complain(const char* program, const std::string& message);

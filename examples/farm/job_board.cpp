@@ -44,7 +44,7 @@ ruling job_board::report(unsigned int ticket, int worker, bool success)
     running_.erase(entry);
     if (!success)
         return fail(ended);
-    ++done_;
+    done_.insert(ended.given.frame);
     return {verdict::accepted, ended.given.frame, ended.given.attempt};
 }
 
@@ -64,12 +64,22 @@ std::vector<ruling> job_board::lose(int worker)
     return lost;
 }
 
+std::set<int> job_board::missing_frames() const
+{
+    std::set<int> frames;
+    for (const waiting_frame& entry : waiting_)
+        frames.insert(entry.frame);
+    for (const auto& [ticket, entry] : running_)
+        frames.insert(entry.given.frame);
+    return frames;
+}
+
 ruling job_board::fail(const running_frame& entry)
 {
     const assignment& given = entry.given;
     if (given.attempt >= tries_)
     {
-        ++abandoned_;
+        abandoned_.insert(given.frame);
         return {verdict::abandoned, given.frame, given.attempt};
     }
     ++retries_;

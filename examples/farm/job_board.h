@@ -4,6 +4,7 @@
 #include <deque>
 #include <map>
 #include <optional>
+#include <set>
 #include <vector>
 
 namespace farm
@@ -56,10 +57,15 @@ public:
     /// True when no frame waits or runs.
     bool complete() const { return waiting_.empty() && running_.empty(); }
 
-    int done() const { return done_; }
-    int abandoned() const { return abandoned_; }
+    int done() const { return static_cast<int>(done_.size()); }
+    int abandoned() const { return static_cast<int>(abandoned_.size()); }
     int frame_count() const { return frame_count_; }
     int retries() const { return retries_; }
+
+    const std::set<int>& done_frames() const { return done_; }
+    const std::set<int>& abandoned_frames() const { return abandoned_; }
+    /// What neither is done nor was given up: waiting and running frames.
+    std::set<int> missing_frames() const;
 
 private:
     struct waiting_frame
@@ -80,8 +86,8 @@ private:
     std::map<unsigned int, running_frame> running_; // by ticket
     int frame_count_;
     int tries_;
-    int done_ = 0;
-    int abandoned_ = 0;
+    std::set<int> done_;
+    std::set<int> abandoned_;
     int retries_ = 0;
     unsigned int last_ticket_ = 0;
 };

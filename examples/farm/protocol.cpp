@@ -1,16 +1,16 @@
 #include "protocol.h"
 
+#include "job.h"
+#include "numbers.h"
+
 #include <algorithm>
-#include <charconv>
 #include <map>
 
 namespace farm
 {
 namespace
 {
-constexpr int kLargestSide = 8192;
 constexpr std::size_t kLongestName = 40;
-constexpr int kLargestNumber = 1'000'000;
 
 using field_map = std::map<std::string_view, std::string_view>;
 
@@ -28,19 +28,6 @@ std::optional<field_map> parse_fields(std::string_view text)
             return std::nullopt;
     }
     return fields;
-}
-
-std::optional<int> number_between(const field_map& fields, std::string_view key, int lowest, int highest)
-{
-    const auto field = fields.find(key);
-    if (field == fields.end())
-        return std::nullopt;
-    int value = 0;
-    const char* const end = field->second.data() + field->second.size();
-    const auto [stopped, error] = std::from_chars(field->second.data(), end, value);
-    if (error != std::errc() || stopped != end || value < lowest || value > highest)
-        return std::nullopt;
-    return value;
 }
 
 bool fit_for_a_name(std::string_view name)
@@ -61,9 +48,7 @@ std::string to_text(const hello& value)
 
 std::string to_text(const order& value)
 {
-    return "frame=" + std::to_string(value.frame) + "\nframes=" + std::to_string(value.frame_count) +
-           "\nwidth=" + std::to_string(value.width) + "\nheight=" + std::to_string(value.height) +
-           "\nlimit=" + std::to_string(value.limit_seconds) + "\nmask=" + value.mask + "\n";
+    return "frame=" + std::to_string(value.frame) + "\nmask=" + value.mask + "\n";
 }
 
 std::optional<hello> parse_hello(std::string_view text)
@@ -77,16 +62,13 @@ std::optional<hello> parse_hello(std::string_view text)
 std::optional<order> parse_order(std::string_view text)
 {
     const auto fields = parse_fields(text);
-    if (!fields || fields->size() != 6 || !fields->contains("mask") || fields->at("mask").empty())
+    if (!fields || fields->size() != 2 || !fields->contains("frame") || !fields->contains("mask") ||
+        fields->at("mask").empty())
         return std::nullopt;
-    const auto frame = number_between(*fields, "frame", 0, kLargestNumber);
-    const auto frame_count = number_between(*fields, "frames", 1, kLargestNumber);
-    const auto width = number_between(*fields, "width", 1, kLargestSide);
-    const auto height = number_between(*fields, "height", 1, kLargestSide);
-    const auto limit = number_between(*fields, "limit", 1, kLargestNumber);
-    if (!frame || !frame_count || !width || !height || !limit)
+    const auto frame = number_between(fields->at("frame"), 0, kLargestNumber);
+    if (!frame)
         return std::nullopt;
-    return order{*frame, *frame_count, *width, *height, *limit, std::string(fields->at("mask"))};
+    return order{*frame, std::string(fields->at("mask"))};
 }
 
 std::string printable(std::string_view text, std::size_t longest)

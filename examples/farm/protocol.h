@@ -8,6 +8,7 @@
 ///
 ///     worker                         server
 ///       hello "name=a"        ->
+///                             <-     job "ZnJhbWVz..."
 ///       ready                 ->
 ///                             <-     order [ticket] "frame=7 ..."
 ///       output [ticket] "line"  ->
@@ -33,6 +34,7 @@ enum class command : unsigned int
     failed = 6,    ///< worker to server: text is the reason
     heartbeat = 7, ///< both ways, every two seconds, no text
     farewell = 8,  ///< server to worker: no more orders
+    job = 9,       ///< server to worker, once and before the first order: the job as a bundle
 };
 
 /// Seconds between two heartbeats of either side.
@@ -47,15 +49,11 @@ struct hello
     std::string name; ///< 1 to 40 letters, digits, "-" or "_"
 };
 
-/// One frame to draw.
+/// One frame of the job.
 struct order
 {
-    int frame = 0;         ///< number of the frame
-    int frame_count = 0;   ///< frames in the whole animation, at least 1
-    int width = 0;         ///< pixels, 1 to 8192
-    int height = 0;        ///< pixels, 1 to 8192
-    int limit_seconds = 0; ///< after this time the renderer is ended; at least 1
-    std::string mask;      ///< sequence mask of the file to write, for example C:\job\7.####.png
+    int frame = 0;    ///< number of the frame
+    std::string mask; ///< sequence mask of the file to write, for example C:\job\7.####.png
 };
 
 std::string to_text(const hello& value);

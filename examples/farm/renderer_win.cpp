@@ -38,14 +38,14 @@ KClientLib::KEnvironment own_environment()
     return environment;
 }
 
-std::string arguments_for(const order& work)
+std::string arguments_for(const job& whole, const order& work)
 {
-    return "--frame " + std::to_string(work.frame) + " --width " + std::to_string(work.width) + " --height " +
-           std::to_string(work.height) + " --mask \"" + work.mask + "\"";
+    return "--frame " + std::to_string(work.frame) + " --width " + std::to_string(whole.width) +
+           " --height " + std::to_string(whole.height) + " --mask \"" + work.mask + "\"";
 }
 } // namespace
 
-renderer::renderer(const std::string& program, const order& work)
+renderer::renderer(const std::string& program, const job& whole, const order& work)
     : pipes_(KProcesses::CreatePipes(true)), process_(nullptr)
 {
     if (pipes_ == nullptr)
@@ -54,10 +54,10 @@ renderer::renderer(const std::string& program, const order& work)
         return;
     }
     KClientLib::KEnvironment environment = own_environment();
-    environment.variables["FARM_FRAMES"] = std::to_string(work.frame_count);
+    environment.variables["FARM_FRAMES"] = std::to_string(whole.frame_count);
     int code = 0;
     std::string text;
-    process_ = KProcesses::SpawnProcess(program.c_str(), arguments_for(work).c_str(),
+    process_ = KProcesses::SpawnProcess(program.c_str(), arguments_for(whole, work).c_str(),
                                         KFileSystem::GetFilePath(program).c_str(), pipes_, &environment, code,
                                         text, nullptr);
     if (process_ == nullptr)

@@ -3,6 +3,7 @@
 
 #include <KFramework/process.h>
 
+#include "job.h"
 #include "protocol.h"
 
 #include <optional>
@@ -14,8 +15,8 @@ namespace farm
 class renderer
 {
 public:
-    /// Starts `program` for one order; `started()` tells whether it runs.
-    renderer(const std::string& program, const order& work);
+    /// Starts `program` for one frame of a job; `started()` tells whether it runs.
+    renderer(const std::string& program, const job& whole, const order& work);
 
     /// Ends the program if it still runs, and closes everything.
     ~renderer();

@@ -6,22 +6,13 @@
 #include <KFramework/filesystem.h>
 #include <KFramework/logger.h>
 
-#include <algorithm>
-
 namespace farm
 {
 using namespace KFramework;
 
 namespace
 {
-constexpr const char* kModule = "farm_server";
 constexpr std::size_t kLongestReason = 200;
-
-enum log_level : int
-{
-    kSevere = 1,
-    kInfo = 2,
-};
 } // namespace
 
 server::server(const server_settings& settings)
@@ -101,6 +92,7 @@ bool server::greet(peer& from, const std::string& text)
     records_.push_back({introduction->name, 0, 0, 0, false});
     AddLogEntry(GetDefaultLogger(), kInfo, kModule, "connection %d is worker %s", from.stream->id(),
                 introduction->name.c_str());
+    from.stream->send(command::job, to_bundle(settings_), 0);
     return true;
 }
 
@@ -166,8 +158,7 @@ void server::give(peer& to, const assignment& given)
     to.due = GetServerTime() + settings_.limit_seconds + settings_.silence_seconds;
     if (started_ == 0)
         started_ = ::GetTickCount64();
-    const order work{given.frame,      settings_.frame_count,   settings_.width,
-                     settings_.height, settings_.limit_seconds, part_mask(given.ticket)};
+    const order work{given.frame, part_mask(given.ticket)};
     // Should this fail, the connection ends and on_closed takes the frame back.
     to.stream->send(command::order, to_text(work), given.ticket);
     AddLogEntry(GetDefaultLogger(), kInfo, kModule, "frame %d to %s (try %d, ticket %u)", given.frame,
@@ -202,79 +193,6 @@ void server::note_loss(const peer& lost, const std::vector<ruling>& rulings)
     }
 }
 
-void server::check_workers()
-{
-    const std::lock_guard lock(guard_);
-    const long long now = GetServerTime();
-    for (auto& [id, candidate] : peers_)
-    {
-        if (!candidate.stream->CheckHeartBeat(settings_.silence_seconds, now))
-        {
-            AddLogEntry(GetDefaultLogger(), kSevere, kModule, "connection %d has been silent for too long",
-                        id);
-            candidate.idle = false;       // no order for it until then
-            candidate.stream->Shutdown(); // its close record brings on_closed
-        }
-        else if (candidate.greeted && !candidate.idle && now > candidate.due)
-        {
-            // A heartbeat proves a connection, not progress.
-            AddLogEntry(GetDefaultLogger(), kSevere, kModule, "%s neither answers nor asks for work",
-                        records_[candidate.record].name.c_str());
-            candidate.stream->Shutdown();
-        }
-        else if (now - candidate.last_heartbeat_sent >= kHeartbeatSeconds)
-        {
-            candidate.last_heartbeat_sent = now;
-            candidate.stream->send(command::heartbeat, "", 0);
-        }
-    }
-}
-
-void server::dismiss()
-{
-    const std::lock_guard lock(guard_);
-    for (auto& [id, candidate] : peers_)
-    {
-        if (candidate.greeted)
-            candidate.stream->send(command::farewell, "", 0);
-        else
-            candidate.stream->Shutdown();
-    }
-}
-
-void server::drop_all()
-{
-    const std::lock_guard lock(guard_);
-    for (auto& [id, candidate] : peers_)
-        candidate.stream->Shutdown();
-}
-
-bool server::complete()
-{
-    const std::lock_guard lock(guard_);
-    return board_.complete();
-}
-
-bool server::empty()
-{
-    const std::lock_guard lock(guard_);
-    return peers_.empty();
-}
-
-progress server::standing()
-{
-    const std::lock_guard lock(guard_);
-    const double seconds = started_ == 0 ? 0 : static_cast<double>(::GetTickCount64() - started_) / 1000;
-    return {board_.frame_count(), board_.done(), board_.abandoned(), worker_count(), seconds};
-}
-
-std::string server::summary()
-{
-    const progress end = standing();
-    const std::lock_guard lock(guard_);
-    return summary_table(records_, end, board_.retries());
-}
-
 std::string server::frame_file(int frame) const
 {
     return settings_.folder + "\\" + KFileSystem::GetFileFromMask(settings_.mask, frame);
@@ -288,11 +206,5 @@ std::string server::part_mask(unsigned int ticket) const
 std::string server::part_file(const assignment& given) const
 {
     return KFileSystem::GetFileFromMask(part_mask(given.ticket), given.frame);
-}
-
-int server::worker_count() const
-{
-    return static_cast<int>(
-        std::count_if(peers_.begin(), peers_.end(), [](const auto& entry) { return entry.second.greeted; }));
 }
 } // namespace farm

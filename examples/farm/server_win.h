@@ -3,6 +3,7 @@
 
 #include "port_loop_win.h"
 
+#include "job.h"
 #include "job_board.h"
 #include "progress.h"
 
@@ -13,19 +14,22 @@
 
 namespace farm
 {
-struct server_settings
+/// The module name in the server's log, and the levels it logs at.
+inline constexpr const char* kModule = "farm_server";
+enum log_level : int
 {
-    int first_frame = 1;
-    int frame_count = 24;
-    int width = 320;
-    int height = 180;
-    int tries = 3;
-    int limit_seconds = 60;    ///< for one frame on a worker
+    kSevere = 1,
+    kInfo = 2,
+};
+
+/// The job, and how it is handed out.
+struct server_settings : job
+{
+    int tries = 3;             ///< for one frame
     int silence_seconds = 10;  ///< without a word, or this long past its time, a worker counts as lost
     int patience_seconds = 60; ///< without any worker the job is given up
     int threads = 2;           ///< port threads
     std::string folder;        ///< frames, contact sheet and log
-    std::string mask = "frame.####.png";
 };
 
 /// Frame bookkeeping and conversations; sockets come from the caller.
@@ -45,6 +49,7 @@ public:
     bool complete();
     bool empty(); ///< no connection is left
     progress standing();
+    /// The workers' parts in the job, and which frames became what.
     std::string summary();
 
     /// The file that a frame ends up in.

@@ -117,6 +117,11 @@ TEST(ConfigReplaceKey, TakesALineWithoutAnEqualSignForTheNameOfAKey)
     EXPECT_EQ(replaced("[a]\n port \nport number\n", "a", "port", "80"), "[a]\nport = 80\nport number\n");
 }
 
+TEST(ConfigReplaceKey, TakesEmptyLinesForLinesOfAnEmptyKey)
+{
+    EXPECT_EQ(replaced("[a]\nk = 1\n\n  \n= 2\nl\n", "a", "", "3"), "[a]\nk = 1\n = 3\n = 3\n = 3\nl\n");
+}
+
 TEST(ConfigReplaceKey, ReplacesALastLineThatHasNoEnding)
 {
     EXPECT_EQ(replaced("[a]\nk = 1", "a", "k", "2"), "[a]\nk = 2");

@@ -114,8 +114,11 @@ protected:
     std::string server_arguments(const std::string& job = kSmallJob) const
     {
         return job + " --progress plain --output " + quoted(folder.text()) + " --port-file " +
-               quoted(folder.text("port"));
+               quoted(folder.text("port")) + configuration();
     }
+
+    /// A file of the test's own: the usual one lies beside the programs.
+    std::string configuration() const { return " --config " + quoted(folder.text("farm.conf")); }
 
     /// The port that a started server has chosen.
     std::string port()
@@ -131,7 +134,8 @@ protected:
     std::string worker_arguments(const std::string& port, const std::string& name,
                                  const std::string& more = {}) const
     {
-        return "--port " + port + " --name " + name + " --log-folder " + quoted(folder.text()) + " " + more;
+        return "--port " + port + " --name " + name + " --log-folder " + quoted(folder.text()) +
+               configuration() + " " + more;
     }
 
     std::string frame_file(int frame) const
@@ -161,7 +165,8 @@ protected:
 
 TEST_F(Farm, RendersAllFramesWhenAWorkerIsKilledInTheMiddle)
 {
-    program_run server("farm_server", server_arguments());
+    folder.write("farm.conf", "# a small job\n[job]\nframes = 6\nwidth = 96\nheight = 54\n");
+    program_run server("farm_server", server_arguments(""));
     const std::string at = port();
     program_run ada("farm_worker", worker_arguments(at, "ada"));
     program_run bob("farm_worker", worker_arguments(at, "bob"));
@@ -171,7 +176,16 @@ TEST_F(Farm, RendersAllFramesWhenAWorkerIsKilledInTheMiddle)
     EXPECT_EQ(server.wait(), 0U) << server.output();
     EXPECT_EQ(ada.wait(), 0U) << ada.output();
     EXPECT_NE(server.output().find("6 of 6 frames in"), std::string::npos) << server.output();
+    EXPECT_NE(server.output().find("\ndone: frames 1-6\n"), std::string::npos) << server.output();
+    const std::string job = "job: frames 1-6 of frame.####.png, 96 x 54, up to 60 seconds each\n";
+    EXPECT_TRUE(server.output().starts_with(job + "bundle: ")) << server.output();
+    EXPECT_EQ(ada.output(), job);
     expect_all_frames();
+    const std::string conf = folder.read("farm.conf");
+    for (const char* const kept :
+         {"# a small job\r\n", "[job]\r\nframes = 6\r\nwidth = 96\r\nheight = 54\r\n",
+          "[server]\r\n\r\npatience = 60\r\n", "[worker]\r\n\r\nserver = 127.0.0.1\r\n"})
+        EXPECT_NE(conf.find(kept), std::string::npos) << kept << " in " << conf;
 }
 
 TEST_F(Farm, GoesOnWhenAClientSendsRubbish)
@@ -208,6 +222,8 @@ TEST_F(Farm, AbandonsFramesThatFailThreeTimes)
     EXPECT_EQ(server.wait(), 1U);
     EXPECT_EQ(ada.wait(), 0U);
     EXPECT_NE(server.output().find("0 of 1 frames in"), std::string::npos) << server.output();
+    EXPECT_NE(server.output().find("\ndone: no frames\nabandoned: frame 1\n"), std::string::npos)
+        << server.output();
     EXPECT_NE(server.output().find("farm_server: some frames are missing\n"), std::string::npos)
         << server.output();
 }
@@ -402,7 +418,8 @@ TEST(FarmServer, RefusesAFolderThatWouldTakeTheNumber)
 TEST(FarmWorker, SaysThatItCannotReachTheServer)
 {
     const temporary_folder folder;
-    program_run worker("farm_worker", "--port 1 --log-folder " + quoted(folder.text()));
+    program_run worker("farm_worker", "--port 1 --log-folder " + quoted(folder.text()) + " --config " +
+                                          quoted(folder.text("farm.conf")));
     EXPECT_EQ(worker.wait(), 3U);
     EXPECT_EQ(worker.output(), "farm_worker: cannot reach 127.0.0.1:1\n");
 }

@@ -96,3 +96,16 @@ TEST(JobBoard, CountsALostFrameAsAFailedTry)
     EXPECT_EQ(rulings.front().outcome, verdict::abandoned);
     EXPECT_TRUE(board.complete());
 }
+
+TEST(JobBoard, TellsWhichFramesBecameWhat)
+{
+    job_board board(1, 4, 1);
+    const auto first = board.take(kAda, false);
+    const auto second = board.take(kAda, false);
+    static_cast<void>(board.take(kBob, false));
+    board.report(first->ticket, kAda, true);
+    board.report(second->ticket, kAda, false);
+    EXPECT_EQ(board.done_frames(), std::set<int>{1});
+    EXPECT_EQ(board.abandoned_frames(), std::set<int>{2});
+    EXPECT_EQ(board.missing_frames(), (std::set<int>{3, 4})) << "one runs, one waits";
+}

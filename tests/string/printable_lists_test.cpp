@@ -50,7 +50,7 @@ TEST(AddNumericPadding, LeavesEveryTextForANegativeWidth)
     EXPECT_EQ(text::AddNumericPadding("", INT_MIN), "");
 }
 
-// KEPT[padding-before-sign]
+// KEPT[zeros-before-sign]
 TEST(AddNumericPadding, PutsZerosInFrontOfASignToo)
 {
     EXPECT_EQ(text::AddNumericPadding("-5", 4), "00-5");

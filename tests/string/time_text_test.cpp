@@ -23,7 +23,7 @@ std::tm fields(int year, int month, int day, int hour, int minute, int second)
 const std::tm kMarch = fields(2019, 3, 5, 13, 4, 9);
 } // namespace
 
-// KEPT[month-first]
+// KEPT[time-month-first]
 TEST(TimeText, PutsTheMonthFirstInEveryMode)
 {
     EXPECT_EQ(time_text(kMarch, 1), "03/05/2019");

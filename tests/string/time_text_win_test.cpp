@@ -36,7 +36,7 @@ long long local_moment(int year, int month, int day, int hour, int minute, int s
 }
 } // namespace
 
-// KEPT[month-first]
+// KEPT[time-month-first]
 TEST(FormatTime, PutsTheMonthFirst)
 {
     const initialized_library library;
