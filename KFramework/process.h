@@ -453,3 +453,4 @@ KFRAMEWORK_API bool MergeEnvironmentWithBatFile(KClientLib::KEnvironment* enviro
 } // namespace KFramework::KProcesses
 
 #include "KFramework/process_tree.h"
+#include "KFramework/process_windows.h"

@@ -16,9 +16,10 @@ endfunction()
 
 # kf_test(FAMILY BOTH x_test.cpp NATIVE y_test.cpp WIN z_win_test.cpp): one test program, FAMILY_test, registered
 # as one CTest test. BOTH runs natively on the portable objects and on Windows through the import library;
-# NATIVE (internals, which are not exported) and WIN run on one side only.
+# NATIVE (internals, which are not exported) and WIN run on one side only. ON_DISPLAY: the tests under Wine need a
+# (virtual) display.
 function(kf_test family)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "BOTH;NATIVE;WIN")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "ON_DISPLAY" "" "BOTH;NATIVE;WIN")
   if(arg_UNPARSED_ARGUMENTS)
     message(FATAL_ERROR "kf_test: say BOTH, NATIVE or WIN before ${arg_UNPARSED_ARGUMENTS}")
   endif()
@@ -44,10 +45,14 @@ function(kf_test family)
   else()
     target_link_libraries(${family}_test PRIVATE kframework_portable)
   endif()
+  set(surroundings)
+  if(WIN32 AND arg_ON_DISPLAY)
+    set(surroundings ${CMAKE_SOURCE_DIR}/tools/on_display.sh)
+  endif()
   set(log ${CMAKE_BINARY_DIR}/test_logs/${name}.txt)
   file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/test_logs)
-  add_test(NAME ${name} COMMAND ${CMAKE_SOURCE_DIR}/tools/run_test.sh ${log} ${CMAKE_CROSSCOMPILING_EMULATOR}
-                                $<TARGET_FILE:${family}_test>)
+  add_test(NAME ${name} COMMAND ${CMAKE_SOURCE_DIR}/tools/run_test.sh ${log} ${surroundings}
+                                ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:${family}_test>)
   set_tests_properties(
     ${name}
     PROPERTIES TIMEOUT 300

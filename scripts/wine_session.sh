@@ -2,6 +2,7 @@
 #
 #     . scripts/wine_session.sh
 #     start_wine            # fails with a line on standard error; ends with the calling script
+#     start_wine PREFIX     # the same in another prefix and on the display that DISPLAY names
 #     "$wine" program.exe
 
 wine_fail()
@@ -28,21 +29,23 @@ stop_wine()
 
 start_wine()
 {
-    local folder fresh=
+    local folder fresh= prefix=${1:-build/wine}
     folder=$(dirname "$(dpkg -L wine64 2>/dev/null | grep -E '/wine64$' | head -n 1)")
     wine=$folder/wine64
     [[ -x $wine ]] || wine_fail "wine64 is not installed: run scripts/setup.sh" || return
     export LC_ALL=C.UTF-8 TZ=UTC
-    unset DISPLAY
-    export WINEPREFIX=$PWD/build/wine WINEDEBUG=-all WINEDLLOVERRIDES='mscoree,mshtml='
+    [[ $# -gt 0 ]] || unset DISPLAY
+    export WINEPREFIX=$PWD/$prefix WINEDEBUG=-all WINEDLLOVERRIDES='mscoree,mshtml='
     export WINESERVER=$folder/wineserver64
 
     # One run at a time: the end of one would take the other's server away.
     mkdir -p build
-    exec 9>build/wine.lock
+    exec 9>"$prefix.lock"
     flock 9
     trap stop_wine EXIT
 
+    # A server that was left over would know no display, or another one.
+    [[ $# -eq 0 ]] || stop_wine
     if [[ ! -f $WINEPREFIX/prepared ]]; then
         stop_wine
         rm -rf "$WINEPREFIX"

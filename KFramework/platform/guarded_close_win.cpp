@@ -3,7 +3,7 @@
 #include <atomic>
 
 // GCC has no __try. A vectored handler puts the thread back to the context that
-// guarded_close() captured; nothing between the two owns a resource.
+// guarded_call() captured; nothing between the two owns a resource.
 extern "C" __declspec(dllimport) void WINAPI RtlCaptureContext(PCONTEXT) __attribute__((returns_twice));
 
 namespace kf::platform
@@ -48,22 +48,36 @@ void register_handler()
 }
 } // namespace
 
-__attribute__((noinline)) bool guarded_close(HANDLE handle) noexcept
+__attribute__((noinline)) bool guarded_call(void (*call)(void* argument), void* argument) noexcept
 {
     register_handler();
     guarded_frame frame;
     frame.code = 0;
     guarded_frame* const outer = innermost;
-    volatile BOOL closed = FALSE;
     ::RtlCaptureContext(&frame.context);
     if (frame.code == 0)
     {
         innermost = &frame;
         std::atomic_signal_fence(std::memory_order_seq_cst);
-        closed = ::CloseHandle(handle);
+        call(argument);
         std::atomic_signal_fence(std::memory_order_seq_cst);
     }
     innermost = outer;
-    return frame.code == 0 && closed != FALSE;
+    return frame.code == 0;
+}
+
+bool guarded_close(HANDLE handle) noexcept
+{
+    struct closing
+    {
+        HANDLE handle;
+        BOOL closed;
+    } one{handle, FALSE};
+    const auto close = [](void* argument)
+    {
+        auto& wanted = *static_cast<closing*>(argument);
+        wanted.closed = ::CloseHandle(wanted.handle);
+    };
+    return guarded_call(close, &one) && one.closed != FALSE;
 }
 } // namespace kf::platform

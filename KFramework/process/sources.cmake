@@ -10,6 +10,7 @@ kf_sources(
         snapshot_rows.cpp
         thread_record.cpp
         tree_build.cpp
+        window_rules.cpp
     WIN
         affinity_priority_win.cpp
         batch_environment_win.cpp
@@ -21,4 +22,6 @@ kf_sources(
         threads_win.cpp
         tree_walk_win.cpp
         wait_win.cpp
+        window_actions_win.cpp
+        window_search_win.cpp
 )
