@@ -36,7 +36,7 @@ function(kf_test family)
 
   add_executable(${family}_test ${sources})
   target_link_libraries(${family}_test PRIVATE kf_test_support kf_test_options kf_warnings)
-  if(KF_PCH)
+  if(KF_PCH AND WIN32)
     target_precompile_headers(${family}_test REUSE_FROM kf_test_support)
   endif()
   if(WIN32)

@@ -11,9 +11,9 @@ namespace
 {
 using kf::ldap::report;
 using kf::ldap::wide_text;
+using kf::platform::ldap_answer;
 using kf::platform::ldap_iterator;
 using kf::platform::ldap_name;
-using kf::platform::ldap_answer;
 using kf::platform::ldap_values;
 using KFramework::KLDAP::KldapObject;
 using KFramework::KStringHelper::WideStringToUtf8String;

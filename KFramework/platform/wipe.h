@@ -9,6 +9,8 @@ namespace kf::platform
 /// it is freed; the compiler may not leave the writes out.
 inline void wipe(void* memory, std::size_t bytes) noexcept
 {
+    if (bytes == 0)
+        return; // memory may be null then
     std::memset(memory, 0, bytes);
     asm volatile("" : : "r"(memory) : "memory");
 }

@@ -23,7 +23,9 @@ public:
 
     std::span<KProcessSnapshot* const> find(std::uint32_t value) const
     {
-        return std::ranges::equal_range(rows_, value, {}, field_);
+        // Two searches: Clang 14 rejects the range that std::ranges::equal_range gives.
+        const auto first = std::ranges::lower_bound(rows_, value, {}, field_);
+        return {first, std::ranges::upper_bound(first, rows_.end(), value, {}, field_)};
     }
 
 private:

@@ -15,7 +15,7 @@ client_answers answers;
 std::vector<std::string> calls;
 std::multiset<std::pair<std::string, const void*>> held;
 int given_in_all = 0;
-std::string wrongly_freed;
+std::string wrongly_used;
 
 LDAP the_session;
 LDAPMessage the_answer;
@@ -36,7 +36,7 @@ bool take_back(const char* kind, const void* what)
     const auto found = held.find({kind, what});
     if (found == held.end())
     {
-        wrongly_freed += std::string(kind) + " freed that is not held; ";
+        wrongly_used += std::string(kind) + " freed that is not held; ";
         return false;
     }
     held.erase(found);
@@ -127,7 +127,12 @@ ULONG search(LDAP*, wchar_t* base, ULONG scope, wchar_t* filter, wchar_t** names
 
 ULONG count(LDAP*, LDAPMessage* answer)
 {
-    return answer == &the_answer ? static_cast<ULONG>(messages.size()) : 0;
+    if (answer != &the_answer)
+    {
+        wrongly_used += "entries counted of no answer; ";
+        return 0;
+    }
+    return static_cast<ULONG>(messages.size());
 }
 
 LDAPMessage* entry_at(std::size_t index)
@@ -210,7 +215,7 @@ void free_name(wchar_t* name)
 void free_iterator(BerElement* place, int with_buffer)
 {
     if (with_buffer != 0)
-        wrongly_freed += "an iterator with its buffer; ";
+        wrongly_used += "an iterator with its buffer; ";
     if (take_back("iterator", place))
         delete reinterpret_cast<iterator*>(place);
 }
@@ -249,7 +254,7 @@ client_calls::client_calls(client_answers wanted)
     calls.clear();
     held.clear();
     given_in_all = 0;
-    wrongly_freed.clear();
+    wrongly_used.clear();
     messages = std::vector<LDAPMessage>(answers.entries.size());
 }
 
@@ -262,7 +267,7 @@ const std::vector<std::string>& client_calls::journal()
 
 std::string client_calls::imbalance()
 {
-    std::string text = wrongly_freed;
+    std::string text = wrongly_used;
     for (const auto& [kind, what] : held)
         text += kind + " not freed; ";
     return text;
