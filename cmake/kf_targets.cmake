@@ -36,8 +36,9 @@ function(kf_test family)
 
   add_executable(${family}_test ${sources})
   target_link_libraries(${family}_test PRIVATE kf_test_support kf_test_options kf_warnings)
-  if(KF_PCH AND WIN32)
+  if(KF_PCH)
     target_precompile_headers(${family}_test REUSE_FROM kf_test_support)
+    set_target_properties(${family}_test PROPERTIES POSITION_INDEPENDENT_CODE OFF) # as they were precompiled
   endif()
   if(WIN32)
     target_link_libraries(${family}_test PRIVATE KFramework)
