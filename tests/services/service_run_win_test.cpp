@@ -2,7 +2,6 @@
 
 #include "tests/farm/farm_run.h" // before <windows.h>
 
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -120,19 +119,6 @@ void expect_own_configuration(const unique_service& service, const std::string& 
     EXPECT_EQ(narrow(reinterpret_cast<SERVICE_DESCRIPTIONW*>(room)->lpDescription),
               "Keeps this machine awake for the farm.");
 }
-/// The system may wait for seconds before it refuses a program that no service manager started, so that program runs
-/// beside the other tests.
-class ServiceManager : public testing::Test
-{
-protected:
-    static void SetUpTestSuite()
-    {
-        unmanaged = std::make_unique<program_run>("farm_service", "run unmanaged");
-    }
-    static void TearDownTestSuite() { unmanaged.reset(); }
-
-    static inline std::unique_ptr<program_run> unmanaged;
-};
 } // namespace
 
 TEST(RegisterWin32Service, HandsOverATableOfOneServiceAndGivesTheDispatchersAnswer)
@@ -152,7 +138,7 @@ TEST(RegisterWin32Service, HandsOverATableOfOneServiceAndGivesTheDispatchersAnsw
     }
 }
 
-TEST_F(ServiceManager, InstallsRunsStopsAndRemovesTheExample)
+TEST(ServiceManager, InstallsRunsStopsAndRemovesTheExample)
 {
     const installed_service installed;
     ASSERT_EQ(installed.program("remove"), outcome(1, kNotRemoved));
@@ -179,7 +165,7 @@ TEST_F(ServiceManager, InstallsRunsStopsAndRemovesTheExample)
     EXPECT_EQ(installed.program("remove"), outcome(1, kNotRemoved));
 }
 
-TEST_F(ServiceManager, RemovesARunningServiceWhenItStops)
+TEST(ServiceManager, RemovesARunningServiceWhenItStops)
 {
     const installed_service installed;
     ASSERT_EQ(installed.program("install"), outcome(0, kInstalled));
@@ -196,8 +182,11 @@ TEST_F(ServiceManager, RemovesARunningServiceWhenItStops)
     EXPECT_TRUE(wait_until([&] { return !installed.open(); }));
 }
 
-TEST_F(ServiceManager, LetsRegisterWin32ServiceFailInAProgramThatItDidNotStart)
+TEST(ServiceManager, LetsRegisterWin32ServiceFailInAProgramThatItDidNotStart)
 {
-    EXPECT_EQ(unmanaged->wait(), 1u);
-    EXPECT_EQ(unmanaged->output(), "farm_service: only the service manager can run this\n");
+    // Alone and last: while it waits to be refused, which may take seconds, it could take the place of a service that
+    // the manager has just started.
+    program_run unmanaged("farm_service", "run unmanaged");
+    EXPECT_EQ(unmanaged.wait(), 1u);
+    EXPECT_EQ(unmanaged.output(), "farm_service: only the service manager can run this\n");
 }
