@@ -8,7 +8,7 @@
 #include "KFramework/platform/handles_win.h"
 #include "KFramework/platform/windows_win.h"
 #include "tests/config/config_fixture_win.h"
-#include "tests/logger/child_win.h"
+#include "tests/support/child_win.h"
 #include "tests/support/call_fault_win.h"
 #include "tests/support/captured_log_win.h"
 #include "tests/support/captured_output_win.h"

@@ -8,7 +8,7 @@
 #include <random>
 
 #include "tests/config/config_fixture_win.h"
-#include "tests/logger/child_win.h"
+#include "tests/support/child_win.h"
 
 namespace
 {

@@ -1,6 +1,6 @@
 // farm.conf as the farm's programs make, keep and obey it.
 
-#include "farm_run.h"
+#include "tests/support/program_run_win.h"
 
 #include "KFramework/core.h"
 #include "KFramework/filesystem.h"

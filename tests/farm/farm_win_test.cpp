@@ -1,6 +1,6 @@
 // The whole farm: real programs, real sockets, a worker that is killed, peers that talk rubbish.
 
-#include "farm_run.h"
+#include "tests/support/program_run_win.h"
 
 #include "KFramework/core.h"
 #include "KFramework/filesystem.h"

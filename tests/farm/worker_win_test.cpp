@@ -1,6 +1,6 @@
 // A worker whose server, played by the test, sends what no server of ours would.
 
-#include "farm_run.h"
+#include "tests/support/program_run_win.h"
 
 #include "KFramework/core.h"
 #include "job.h"

@@ -1,4 +1,4 @@
-#include "tests/logger/child_win.h"
+#include "tests/support/child_win.h"
 #include "tests/logger/clocks_win.h"
 #include "tests/logger/logger_fixture_win.h"
 #include "tests/support/captured_output_win.h"

@@ -1,7 +1,7 @@
 /// Logs whose program is killed at random moments.
 
 #include "tests/children/killed_log.h"
-#include "tests/logger/child_win.h"
+#include "tests/support/child_win.h"
 #include "tests/logger/log_leftovers_win.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 /// A rotation whose program ends at each of its calls to the system in turn, and the next start of the logger.
 
 #include "tests/children/killed_rotation.h"
-#include "tests/logger/child_win.h"
+#include "tests/support/child_win.h"
 #include "tests/logger/clocks_win.h"
 #include "tests/logger/log_leftovers_win.h"
 

@@ -1,6 +1,6 @@
 #include "KFramework/filesystem.h"
 #include "KFramework/process.h"
-#include "tests/logger/child_win.h"
+#include "tests/support/child_win.h"
 #include "tests/logger/clocks_win.h"
 #include "tests/logger/logger_fixture_win.h"
 #include "tests/support/captured_output_win.h"

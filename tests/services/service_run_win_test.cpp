@@ -1,6 +1,6 @@
 /// RegisterWin32Service with an intercepted dispatcher, and examples/service in the service manager of this prefix.
 
-#include "tests/farm/farm_run.h" // before <windows.h>
+#include "tests/support/program_run_win.h" // before <windows.h>
 
 #include <string>
 #include <utility>

@@ -1,5 +1,5 @@
 #pragma once
-/// The farm's programs as a test runs them.
+/// A program of the examples as a test runs it.
 
 #include "KFramework/socket.h" // before <windows.h>
 

@@ -1,4 +1,4 @@
-#include "farm_run.h"
+#include "tests/support/program_run_win.h"
 
 #include "KFramework/core.h"
 #include "KFramework/filesystem.h"
