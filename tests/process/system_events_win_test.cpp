@@ -9,9 +9,9 @@
 #include "KFramework/process.h"
 #include "tests/support/import_hook_win.h"
 
+using kf::test::import_hook;
 using KFramework::KProcesses::SendCustomEvent;
 using KFramework::KProcesses::SendSystemEvent;
-using kf::test::import_hook;
 using journal = std::vector<std::string>;
 
 namespace
@@ -47,7 +47,8 @@ bool note(const std::string& call)
 
 BOOL WINAPI open_token(HANDLE process, DWORD access, HANDLE* token)
 {
-    const bool as_stated = process == ::GetCurrentProcess() && access == (TOKEN_ADJUST_PRIVILEGES | TOKEN_QUERY);
+    const bool as_stated =
+        process == ::GetCurrentProcess() && access == (TOKEN_ADJUST_PRIVILEGES | TOKEN_QUERY);
     if (!note(as_stated ? "open token" : "open token otherwise"))
         return FALSE;
     *token = token_handle();
@@ -57,17 +58,19 @@ BOOL WINAPI open_token(HANDLE process, DWORD access, HANDLE* token)
 BOOL WINAPI look_up(const wchar_t* system, const wchar_t* name, LUID* luid)
 {
     *luid = kPrivilege;
-    return note("look up " + std::string(name, name + std::wcslen(name)) + (system != nullptr ? " elsewhere" : ""));
+    return note("look up " + std::string(name, name + std::wcslen(name)) +
+                (system != nullptr ? " elsewhere" : ""));
 }
 
 bool is_the_privilege(const TOKEN_PRIVILEGES& state, DWORD attributes)
 {
     return state.PrivilegeCount == 1 && state.Privileges[0].Luid.LowPart == kPrivilege.LowPart &&
-           state.Privileges[0].Luid.HighPart == kPrivilege.HighPart && state.Privileges[0].Attributes == attributes;
+           state.Privileges[0].Luid.HighPart == kPrivilege.HighPart &&
+           state.Privileges[0].Attributes == attributes;
 }
 
-BOOL WINAPI adjust(HANDLE token, BOOL disable_all, TOKEN_PRIVILEGES* wanted, DWORD size, TOKEN_PRIVILEGES* former,
-                   DWORD* needed)
+BOOL WINAPI adjust(HANDLE token, BOOL disable_all, TOKEN_PRIVILEGES* wanted, DWORD size,
+                   TOKEN_PRIVILEGES* former, DWORD* needed)
 {
     std::string call = "adjust otherwise";
     if (token == token_handle() && !disable_all && is_the_privilege(*wanted, SE_PRIVILEGE_ENABLED))
@@ -88,7 +91,8 @@ BOOL WINAPI adjust(HANDLE token, BOOL disable_all, TOKEN_PRIVILEGES* wanted, DWO
 
 BOOL WINAPI shut_down(wchar_t* host, wchar_t* message, DWORD seconds, BOOL force, BOOL restart, DWORD reason)
 {
-    const bool as_stated = host == nullptr && message == nullptr && seconds == 0 && force == TRUE && reason == 0x40001;
+    const bool as_stated =
+        host == nullptr && message == nullptr && seconds == 0 && force == TRUE && reason == 0x40001;
     return note(!as_stated ? "shut down otherwise" : restart != FALSE ? "restart" : "shut down");
 }
 
@@ -98,7 +102,8 @@ BOOLEAN WINAPI suspend(BOOLEAN hibernate, BOOLEAN force, BOOLEAN wake_events_dis
     return note(!as_stated ? "suspend otherwise" : hibernate != FALSE ? "hibernate" : "sleep");
 }
 
-BOOL WINAPI list_sessions(HANDLE server, DWORD reserved, DWORD version, WTS_SESSION_INFOW** list, DWORD* count)
+BOOL WINAPI list_sessions(HANDLE server, DWORD reserved, DWORD version, WTS_SESSION_INFOW** list,
+                          DWORD* count)
 {
     if (!note(server == nullptr && reserved == 0 && version == 1 ? "list" : "list otherwise"))
         return FALSE;
@@ -109,7 +114,8 @@ BOOL WINAPI list_sessions(HANDLE server, DWORD reserved, DWORD version, WTS_SESS
 
 BOOL WINAPI log_off(HANDLE server, DWORD session, BOOL wait)
 {
-    return note("log off " + std::to_string(session) + (server == nullptr && wait == FALSE ? "" : " otherwise"));
+    return note("log off " + std::to_string(session) +
+                (server == nullptr && wait == FALSE ? "" : " otherwise"));
 }
 
 void WINAPI free_list(void* list)
@@ -228,8 +234,10 @@ TEST(SendSystemEvent, GoesOnAfterAFailedLogOffAndPutsThePrivilegeBack)
 {
     const machine_calls calls;
     machine.sessions = {session(1, WTSActive), session(3, WTSActive)};
-    EXPECT_EQ(sent(4, false, "log off 1"), with_token({"list", "log off 1", "log off 3", "free list", "restore"}));
-    EXPECT_EQ(sent(4, false, "log off 3"), with_token({"list", "log off 1", "log off 3", "free list", "restore"}));
+    EXPECT_EQ(sent(4, false, "log off 1"),
+              with_token({"list", "log off 1", "log off 3", "free list", "restore"}));
+    EXPECT_EQ(sent(4, false, "log off 3"),
+              with_token({"list", "log off 1", "log off 3", "free list", "restore"}));
     EXPECT_EQ(sent(4, false, "list"), with_token({"list", "restore"}));
 }
 
@@ -243,7 +251,7 @@ TEST(SendSystemEvent, EnablesTheRealPrivilegeForTheEventAndPutsItBackWhenThatFai
             kf::platform::unique_handle token;
             LUID luid{};
             EXPECT_TRUE(::OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY, token.put()));
-            EXPECT_TRUE(::LookupPrivilegeValueW(nullptr, SE_SHUTDOWN_NAME, &luid));
+            EXPECT_TRUE(::LookupPrivilegeValueW(nullptr, L"SeShutdownPrivilege", &luid));
             std::vector<DWORD> room(4096);
             DWORD size = 0;
             EXPECT_TRUE(::GetTokenInformation(token.get(), TokenPrivileges, room.data(),
@@ -259,7 +267,9 @@ TEST(SendSystemEvent, EnablesTheRealPrivilegeForTheEventAndPutsItBackWhenThatFai
     if (before == ~0u)
         GTEST_SKIP() << "this user may not shut the machine down";
     const import_hook hook(
-        "InitiateSystemShutdownExW", +[](wchar_t*, wchar_t*, DWORD, BOOL, BOOL, DWORD) -> BOOL {
+        "InitiateSystemShutdownExW",
+        +[](wchar_t*, wchar_t*, DWORD, BOOL, BOOL, DWORD) -> BOOL
+        {
             during = own_privilege::attributes();
             return FALSE;
         });

@@ -31,7 +31,8 @@ struct logon
 };
 logon asked;
 
-BOOL WINAPI log_on(wchar_t* account, wchar_t* domain, wchar_t* password, DWORD type, DWORD provider, HANDLE* token)
+BOOL WINAPI log_on(wchar_t* account, wchar_t* domain, wchar_t* password, DWORD type, DWORD provider,
+                   HANDLE* token)
 {
     const DWORD refusal = asked.refusal;
     const int calls = asked.calls + 1;
@@ -159,17 +160,17 @@ TEST(LogonUserW, AsksNobodyWithATextThatCouldNotBeConverted)
 {
     kf::test::call_fault<"MultiByteToWideChar", int(UINT, DWORD, const char*, int, wchar_t*, int)> converting(
         0, ERROR_NO_UNICODE_TRANSLATION);
-    const int calls = kf::test::fail_each_call(converting, kf::test::fault_span::single,
-                                               [&]
-                                               {
-                                                   const auto result = log_on_as("render@farm", "secret");
-                                                   const bool failed = converting.happened();
-                                                   EXPECT_EQ(result.worked, !failed);
-                                                   EXPECT_EQ(asked.calls, failed ? 0 : 1);
-                                                   EXPECT_EQ(result.token, failed ? nullptr : &token_place);
-                                                   EXPECT_EQ(result.error, failed ? "LogonUser() failed, error 1113"
-                                                                                  : "untouched");
-                                               });
+    const int calls = kf::test::fail_each_call(
+        converting, kf::test::fault_span::single,
+        [&]
+        {
+            const auto result = log_on_as("render@farm", "secret");
+            const bool failed = converting.happened();
+            EXPECT_EQ(result.worked, !failed);
+            EXPECT_EQ(asked.calls, failed ? 0 : 1);
+            EXPECT_EQ(result.token, failed ? nullptr : &token_place);
+            EXPECT_EQ(result.error, failed ? "LogonUser() failed, error 1113" : "untouched");
+        });
     EXPECT_EQ(calls, 6);
 }
 

@@ -50,5 +50,9 @@ TEST(WakePacket, ReadsEachPairAsFarAsItIsAHexadecimalNumber)
     EXPECT_EQ(address_of("zz1122334455"), bytes({0, 0x11, 0x22, 0x33, 0x44, 0x55}));
     EXPECT_EQ(address_of(" 1+f1zg10xAa"), bytes({1, 15, 1, 0, 0, 0xAA}));
     EXPECT_EQ(address_of("\t7.9aBfF\xC3\xA9\x31 "), bytes({7, 0, 0xAB, 0xFF, 0, 1}));
-    EXPECT_EQ(address_of(std::string("\0" "11\0" "22334455", 12)), bytes({0, 1, 0x22, 0x33, 0x44, 0x55}));
+    EXPECT_EQ(address_of(std::string("\0"
+                                     "11\0"
+                                     "22334455",
+                                     12)),
+              bytes({0, 1, 0x22, 0x33, 0x44, 0x55}));
 }

@@ -9,9 +9,9 @@
 #include "tests/support/import_hook_win.h"
 #include "tests/support/winsock_session_win.h"
 
-using KFramework::KProcesses::SendWOL;
 using kf::platform::unique_socket;
 using kf::test::import_hook;
+using KFramework::KProcesses::SendWOL;
 using journal = std::vector<std::string>;
 using bytes = std::vector<unsigned char>;
 
@@ -46,8 +46,10 @@ bool note(const std::string& call)
 
 SOCKET WSAAPI make_socket(int family, int type, int protocol)
 {
-    const bool as_stated = family == AF_INET && type == SOCK_DGRAM && (protocol == 0 || protocol == IPPROTO_UDP);
-    return note(as_stated ? "socket" : "another socket") ? network.make(family, type, protocol) : INVALID_SOCKET;
+    const bool as_stated =
+        family == AF_INET && type == SOCK_DGRAM && (protocol == 0 || protocol == IPPROTO_UDP);
+    return note(as_stated ? "socket" : "another socket") ? network.make(family, type, protocol)
+                                                         : INVALID_SOCKET;
 }
 
 int WSAAPI set_option(SOCKET socket, int level, int name, const char* value, int size)
@@ -142,7 +144,8 @@ TEST_F(SendWOLTest, BroadcastsTheSamePacketForColonsAndHyphens)
     {
         network.calls.clear();
         EXPECT_TRUE(SendWOL(mac, kWakePort)) << mac;
-        EXPECT_EQ(network.calls, journal({"socket", "broadcast", "bind", "send 102 to port 9", "close"})) << mac;
+        EXPECT_EQ(network.calls, journal({"socket", "broadcast", "bind", "send 102 to port 9", "close"}))
+            << mac;
         EXPECT_EQ(received(), magic_packet()) << mac;
     }
 }

@@ -50,8 +50,8 @@ TEST(ReadIdentifier, LeavesOutWhatFollowsTheEighthAndWhatIsNoNumber)
 
 TEST(ReadIdentifier, NeedsASubAuthority)
 {
-    for (const char* name : {"", "S", "S-", "S-1", "S-1-", "S-1-5", "S-1-5-", "S-1-5-x", "s-1-5-21", "X-1-5-21",
-                             "S1-5-21", "S--", ".DEFAULT"})
+    for (const char* name : {"", "S", "S-", "S-1", "S-1-", "S-1-5", "S-1-5-", "S-1-5-x", "s-1-5-21",
+                             "X-1-5-21", "S1-5-21", "S--", ".DEFAULT"})
         EXPECT_FALSE(read_identifier(name)) << name;
 }
 
