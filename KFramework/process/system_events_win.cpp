@@ -21,6 +21,7 @@ enum system_event
     kLogOffAll = 4
 };
 
+constexpr const wchar_t* kPrivilege = L"SeShutdownPrivilege";
 constexpr DWORD kReason = SHTDN_REASON_MAJOR_APPLICATION | SHTDN_REASON_MINOR_MAINTENANCE;
 static_assert(kReason == 0x40001);
 
@@ -38,7 +39,7 @@ public:
         DWORD size = sizeof former_;
         return ::OpenProcessToken(::GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES | TOKEN_QUERY,
                                   token_.put()) &&
-               ::LookupPrivilegeValueW(nullptr, SE_SHUTDOWN_NAME, &wanted.Privileges[0].Luid) &&
+               ::LookupPrivilegeValueW(nullptr, kPrivilege, &wanted.Privileges[0].Luid) &&
                ::AdjustTokenPrivileges(token_.get(), FALSE, &wanted, sizeof former_, &former_, &size);
     }
 

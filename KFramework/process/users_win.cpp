@@ -1,4 +1,5 @@
 #include <optional>
+#include <string>
 
 #include "KFramework/platform/guarded_close_win.h"
 #include "KFramework/platform/wide_text_win.h"

@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "KFramework/platform/sockets_win.h"
 #include "KFramework/platform/windows_win.h"
 #include "KFramework/process.h"

@@ -1,5 +1,8 @@
 #include "KFramework/services/session_keys_win.h"
 
+#include <algorithm>
+#include <string>
+
 #include "KFramework/platform/handles_win.h"
 #include "KFramework/platform/sessions_win.h"
 #include "KFramework/services/session_keys.h"
@@ -20,10 +23,10 @@ constexpr const wchar_t* kEnvironment = L"\\Volatile Environment";
 
 unique_registry_key open_key(HKEY parent, const wchar_t* path)
 {
-    unique_registry_key key;
-    if (::RegOpenKeyExW(parent, path, 0, KEY_READ, key.put()) != ERROR_SUCCESS)
-        key.release(); // a failed call may leave anything there
-    return key;
+    HKEY key = nullptr;
+    if (::RegOpenKeyExW(parent, path, 0, KEY_READ, &key) != ERROR_SUCCESS)
+        return {};
+    return unique_registry_key(key);
 }
 
 /// Calls act with the name of every key below one.

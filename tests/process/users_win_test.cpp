@@ -1,6 +1,9 @@
-#include <cstring>
+#include <cstdlib>
+#include <cwchar>
+#include <malloc.h>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -85,6 +88,33 @@ private:
     import_hook<BOOL WINAPI(HANDLE)> hook_{"CloseHandle", &close};
 };
 
+constexpr std::string_view kSecret = "KF_SECRET";
+
+/// Looks for the secret, narrow or wide, in all memory that the library gives back.
+class freed_memory
+{
+public:
+    freed_memory() { secrets_ = 0; }
+    static int secrets() { return secrets_; }
+
+private:
+    static void look_and_free(void* memory)
+    {
+        if (memory != nullptr)
+        {
+            const std::string_view bytes(static_cast<const char*>(memory), ::_msize(memory));
+            std::string wide;
+            for (const char letter : kSecret)
+                wide += {letter, '\0'};
+            if (bytes.find(kSecret) != bytes.npos || bytes.find(wide) != bytes.npos)
+                ++secrets_;
+        }
+        std::free(memory);
+    }
+    static inline int secrets_;
+    import_hook<void(void*)> delete_{"libstdc++-6.dll", "free", &look_and_free};
+};
+
 unique_handle own_token()
 {
     unique_handle token;
@@ -144,6 +174,26 @@ TEST(LogonUserW, GivesTheSystemsCodeAndANullTokenOnFailure)
     EXPECT_EQ(wrong.token, nullptr);
     EXPECT_EQ(wrong.error, "LogonUser() failed, error 1326");
     EXPECT_EQ(log_on_as("render@farm", "x", 1355).error, "LogonUser() failed, error 1355");
+}
+
+TEST(LogonUserW, WipesItsCopyOfThePassword)
+{
+    asked = {};
+    const import_hook hook(
+        "LogonUserW",
+        +[](wchar_t*, wchar_t*, wchar_t* password, DWORD, DWORD, HANDLE*) -> BOOL
+        {
+            asked.calls += std::wcscmp(password, L"KF_SECRET") == 0 ? 1 : 0;
+            return FALSE;
+        });
+    void* token = nullptr;
+    std::string error;
+    const freed_memory freed;
+    EXPECT_FALSE(processes::LogonUserW("render", kSecret.data(), &token, error));
+    EXPECT_EQ(asked.calls, 1);
+    EXPECT_EQ(freed_memory::secrets(), 0);
+    EXPECT_FALSE(processes::LogonUserW("a long account KF_SECRET", "", &token, error));
+    EXPECT_GT(freed_memory::secrets(), 0) << "this test sees nothing";
 }
 
 TEST(LogonUserW, AsksNobodyWithoutAPlaceForTheToken)
