@@ -89,8 +89,9 @@ private:
 };
 
 constexpr std::string_view kSecret = "KF_SECRET";
+constexpr std::string_view kWideSecret("K\0F\0_\0S\0E\0C\0R\0E\0T", 17);
 
-/// Looks for the secret, narrow or wide, in all memory that the library gives back.
+/// Looks for the secret, narrow or wide, in all memory that the library gives back; allocates none itself.
 class freed_memory
 {
 public:
@@ -103,10 +104,7 @@ private:
         if (memory != nullptr)
         {
             const std::string_view bytes(static_cast<const char*>(memory), ::_msize(memory));
-            std::string wide;
-            for (const char letter : kSecret)
-                wide += {letter, '\0'};
-            if (bytes.find(kSecret) != bytes.npos || bytes.find(wide) != bytes.npos)
+            if (bytes.find(kSecret) != bytes.npos || bytes.find(kWideSecret) != bytes.npos)
                 ++secrets_;
         }
         std::free(memory);

@@ -172,7 +172,7 @@ TEST(IsSomeoneLogged, CountsActiveInteractiveLogonsByKind)
 // KEPT[logons-not-people]
 TEST(IsSomeoneLogged, CountsTwoLogonsOfOneSessionTwice)
 {
-    const logons_of_test logons({{}, {}});
+    const logons_of_test logons({logon{}, logon{}});
     EXPECT_EQ(counted(), counters({2, 0}));
 }
 
@@ -199,7 +199,7 @@ TEST(IsSomeoneLogged, PassesOverLogonsThatCannotBeAskedFor)
 
 TEST(IsSomeoneLogged, IsFalseWhenTheLogonsCannotBeListed)
 {
-    const logons_of_test logons({{}});
+    const logons_of_test logons({logon{}});
     host.list_status = static_cast<NTSTATUS>(0xC0000022);
     EXPECT_EQ(counted(false), counters());
 }
