@@ -453,4 +453,5 @@ KFRAMEWORK_API bool MergeEnvironmentWithBatFile(KClientLib::KEnvironment* enviro
 } // namespace KFramework::KProcesses
 
 #include "KFramework/process_tree.h"
+#include "KFramework/process_users.h"
 #include "KFramework/process_windows.h"

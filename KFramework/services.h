@@ -88,6 +88,20 @@ KFRAMEWORK_API void SetPowerSaveState(bool save);
 ///          when a person puts it to sleep; where the system refuses that, without (0x80000001).
 KFRAMEWORK_API void SetSystemSleepStatus(bool keepAwake);
 
+// --- logons ------------------------------------------------------------------------
+
+/// Counts the active logons of this machine.
+///
+/// @param consoleCount  raised by one for each that sits at the machine; set to 0 before the call. May be null.
+/// @param remoteCount   the same for each remote one.
+/// @return  false when the system does not let the logons be examined.
+/// @kept    logons-added: the counters are added to, and set to 0 by the caller alone.
+/// @kept    logons-not-people: a person has as many logons as the system made; with user account control, an
+///          administrator has two.
+/// @kept    old-logons-remote: systems before version 5.2 do not tell who sits at the machine: all logons count as
+///          remote there, and consoleCount is set to 0.
+KFRAMEWORK_API bool IsSomeoneLogged(int* consoleCount, int* remoteCount);
+
 // --- stored keys -------------------------------------------------------------
 //
 // A stored key is one line of text:

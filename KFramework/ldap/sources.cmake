@@ -4,5 +4,4 @@ kf_sources(
     WIN
         search_win.cpp
         session_win.cpp
-        wide_text_win.cpp
 )

@@ -49,6 +49,16 @@ struct find_traits
 };
 using unique_find = unique_resource<find_traits>;
 
+/// Null means none: opened registry keys.
+struct registry_key_traits
+{
+    using value_type = HKEY;
+    static HKEY none() noexcept { return nullptr; }
+    static bool valid(HKEY key) noexcept { return key != nullptr; }
+    static void close(HKEY key) noexcept { ::RegCloseKey(key); } // gives its code, and leaves the last error
+};
+using unique_registry_key = unique_resource<registry_key_traits>;
+
 /// Null means none: memory that the system gave through LocalAlloc.
 template <class T>
 struct local_memory_traits

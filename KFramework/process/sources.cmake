@@ -1,5 +1,6 @@
 kf_sources(
     PORTABLE
+        account_name.cpp
         arguments.cpp
         batch_environment.cpp
         command_line.cpp
@@ -10,6 +11,7 @@ kf_sources(
         snapshot_rows.cpp
         thread_record.cpp
         tree_build.cpp
+        wake_packet.cpp
         window_rules.cpp
     WIN
         affinity_priority_win.cpp
@@ -19,9 +21,12 @@ kf_sources(
         pipes_win.cpp
         snapshot_win.cpp
         spawn_win.cpp
+        system_events_win.cpp
         threads_win.cpp
         tree_walk_win.cpp
+        users_win.cpp
         wait_win.cpp
+        wake_win.cpp
         window_actions_win.cpp
         window_search_win.cpp
 )

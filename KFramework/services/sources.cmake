@@ -3,8 +3,11 @@ kf_sources(
         key_text.cpp
         keys.cpp
         power_state.cpp
+        session_keys.cpp
     WIN
         installation_win.cpp
+        logged_on_win.cpp
         service_run_win.cpp
+        session_keys_win.cpp
         sleep_status_win.cpp
 )

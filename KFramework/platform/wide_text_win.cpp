@@ -1,9 +1,9 @@
-#include "KFramework/ldap/wide_text_win.h"
+#include "KFramework/platform/wide_text_win.h"
 
 #include "KFramework/platform/windows_win.h"
 #include "KFramework/platform/wipe.h"
 
-namespace kf::ldap
+namespace kf::platform
 {
 wide_text::wide_text(const char* text)
 {
@@ -17,6 +17,6 @@ wide_text::wide_text(const char* text)
 
 wide_text::~wide_text()
 {
-    kf::platform::wipe(units_.data(), units_.size() * sizeof(wchar_t));
+    wipe(units_.data(), units_.size() * sizeof(wchar_t));
 }
-} // namespace kf::ldap
+} // namespace kf::platform
