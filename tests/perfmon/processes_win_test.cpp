@@ -6,13 +6,13 @@
 #include <gtest/gtest.h>
 
 #include "KFramework/perfmon.h"
-#include "KFramework/process_tree.h"
 #include "tests/perfmon/german_host_win.h"
 #include "tests/perfmon/monitor_copy_win.h"
 #include "tests/process/child_win.h"
 #include "tests/support/deadline.h"
 
 #include <psapi.h>
+#include <tlhelp32.h>
 
 using namespace kf::perfmon::test;
 using namespace KFramework;
@@ -58,7 +58,15 @@ BOOL WINAPI stated_private_memory(HANDLE process, PROCESS_MEMORY_COUNTERS* count
     return TRUE;
 }
 
-/// A monitor of this very process, or of a child, whose times and memory are stated.
+/// The system gives a child a console program of its own, which may come and go: no process has children here.
+BOOL WINAPI next_without_parent(HANDLE snapshot, PROCESSENTRY32W* entry)
+{
+    const BOOL result = ::Process32NextW(snapshot, entry);
+    entry->th32ParentProcessID = 0;
+    return result;
+}
+
+/// A monitor of processes whose times and memory are stated.
 struct measured_processes
 {
     measured_processes(std::uint64_t kernel, std::uint64_t user) : host(monitor)
@@ -75,8 +83,9 @@ struct measured_processes
         monitor.name(), "GetProcessTimes", times_by_look};
     import_hook<BOOL WINAPI(HANDLE, PROCESS_MEMORY_COUNTERS*, DWORD)> memory{
         monitor.name(), "K32GetProcessMemoryInfo", stated_private_memory};
+    import_hook<BOOL WINAPI(HANDLE, PROCESSENTRY32W*)> rows{monitor.name(), "Process32NextW",
+                                                            next_without_parent};
 };
-
 } // namespace
 
 TEST(MonitoredProcess, HasItsPartOfAllProcessorsAndItsPrivateMemory)
