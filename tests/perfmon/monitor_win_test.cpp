@@ -31,6 +31,20 @@ std::uintptr_t __cdecl start_no_thread(void*, unsigned, unsigned(__stdcall*)(voi
     return 0;
 }
 
+HANDLE WINAPI make_no_event(SECURITY_ATTRIBUTES*, BOOL, BOOL, const wchar_t*)
+{
+    return nullptr;
+}
+
+std::atomic<int> sleeps_of_a_second{0};
+
+void WINAPI sleep_less(DWORD milliseconds)
+{
+    if (milliseconds == 1000)
+        ++sleeps_of_a_second;
+    ::Sleep(milliseconds == 1000 ? 5 : milliseconds);
+}
+
 void expect_no_devices(const monitor_copy& monitor)
 {
     EXPECT_EQ(monitor.nics(), 0u);
@@ -232,6 +246,20 @@ TEST(Monitor, TriesAgainWhenItsThreadCannotBeStarted)
     monitor.start();
     EXPECT_EQ(monitor_copy::threads_started(), 1);
     EXPECT_TRUE(monitor.wait_for_pauses(2));
+}
+
+TEST(Monitor, SleepsWhereThereIsNoEventToWaitFor)
+{
+    const monitor_copy monitor;
+    const german_host host(monitor);
+    const kf::test::import_hook no_event(monitor.name(), "CreateEventW", make_no_event);
+    const kf::test::import_hook sleeping(monitor.name(), "Sleep", sleep_less);
+    sleeps_of_a_second = 0;
+    monitor.start();
+    EXPECT_TRUE(wait_until([] { return sleeps_of_a_second >= 4; }));
+    monitor.stop();
+    EXPECT_EQ(german_host::count("close"), 1);
+    EXPECT_LE(german_host::count("collect"), sleeps_of_a_second + 1);
 }
 
 TEST(ShutdownLibrary, StopsTheMonitorFirst)
