@@ -11,6 +11,7 @@
 #include "KFramework/ldap.h"
 #include "KFramework/logger.h"
 #include "KFramework/object.h"
+#include "KFramework/perfmon.h"
 #include "KFramework/process.h"
 #include "KFramework/services.h"
 #include "KFramework/string.h"

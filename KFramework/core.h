@@ -38,7 +38,7 @@ struct CKLoggerInstance;
 ///       rand(), which the library does not seed: 41 unless the program did.
 KFRAMEWORK_API void InitializeLibrary(const char* fullPath);
 
-/// Destroys the two mutexes; the rule from before InitializeLibrary holds again.
+/// Stops the performance monitor and destroys the two mutexes; the rule from before InitializeLibrary holds again.
 ///
 /// @threads one, after every other use of the library.
 /// @kept shutdown-releases-little: paths, context, default logger and garbage

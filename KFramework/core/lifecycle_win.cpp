@@ -1,6 +1,7 @@
 #include "KFramework/core.h"
 #include "KFramework/core/host_facts_win.h"
 #include "KFramework/core/state.h"
+#include "KFramework/perfmon.h"
 #include "KFramework/process.h"
 
 #include <cstdlib>
@@ -24,6 +25,7 @@ void InitializeLibrary(const char* fullPath)
 
 void ShutdownLibrary()
 {
+    KPerformanceMonitor::StopPerformanceMonitor();
     // KEPT[shutdown-releases-little]: no pointer is cleared and nothing else freed.
     KProcesses::DestroyMutex(kf::core::state().seed_mutex);
     KProcesses::DestroyMutex(kf::core::state().global_mutex);

@@ -1,0 +1,18 @@
+kf_sources(
+    PORTABLE
+        counter_names.cpp
+        figures.cpp
+        reports.cpp
+        sampling.cpp
+        usage.cpp
+    WIN
+        counters_win.cpp
+        instances_win.cpp
+        memory_win.cpp
+        monitor_win.cpp
+        pdh_names_win.cpp
+        process_times_win.cpp
+        queries_win.cpp
+        sampler_win.cpp
+        state_win.cpp
+)
