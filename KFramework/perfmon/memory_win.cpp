@@ -1,6 +1,6 @@
 #include "KFramework/perfmon.h"
+#include "KFramework/perfmon/process_times_win.h"
 #include "KFramework/perfmon/state_win.h"
-#include "KFramework/platform/handles_win.h"
 
 #include <psapi.h>
 
@@ -8,12 +8,10 @@ namespace kf::perfmon
 {
 namespace
 {
-constexpr DWORD kRights = PROCESS_QUERY_INFORMATION | PROCESS_VM_READ;
-
 /// In bytes; 0 for a process that cannot be asked.
 std::uint64_t private_memory(unsigned long pid)
 {
-    const platform::unique_handle process(::OpenProcess(kRights, FALSE, pid));
+    const platform::unique_handle process = opened_for_figures(pid);
     PROCESS_MEMORY_COUNTERS_EX counters{};
     counters.cb = sizeof counters;
     if (!process ||

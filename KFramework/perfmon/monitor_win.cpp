@@ -53,7 +53,7 @@ void StartPerformanceMonitor()
 {
     if (monitor != nullptr)
         return;
-    const kf::perfmon::table_lock lock(lifecycle());
+    const boost::lock_guard lock(lifecycle());
     if (monitor != nullptr)
         return;
     prepare_table();
@@ -69,7 +69,7 @@ void StopPerformanceMonitor()
 {
     if (monitor == nullptr)
         return;
-    const kf::perfmon::table_lock lock(lifecycle());
+    const boost::lock_guard lock(lifecycle());
     if (monitor == nullptr)
         return;
     kf::perfmon::state().stop.set();

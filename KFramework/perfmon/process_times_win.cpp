@@ -1,26 +1,25 @@
 #include "KFramework/perfmon/process_times_win.h"
 
+#include "KFramework/platform/file_time_win.h"
 #include "KFramework/process.h"
 
 namespace kf::perfmon
 {
 namespace
 {
-constexpr DWORD kRights = PROCESS_QUERY_INFORMATION | PROCESS_VM_READ;
-
-std::uint64_t units(const FILETIME& time)
-{
-    return std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime;
-}
-
 std::int64_t wall_clock()
 {
     SYSTEMTIME now;
     ::GetSystemTime(&now);
     FILETIME time{};
-    return ::SystemTimeToFileTime(&now, &time) ? static_cast<std::int64_t>(units(time)) : 0;
+    return ::SystemTimeToFileTime(&now, &time) ? static_cast<std::int64_t>(platform::units_of(time)) : 0;
 }
 } // namespace
+
+platform::unique_handle opened_for_figures(unsigned long pid)
+{
+    return platform::unique_handle(::OpenProcess(PROCESS_QUERY_INFORMATION | PROCESS_VM_READ, FALSE, pid));
+}
 
 process_trees trees_of(const std::map<int, unsigned long>& monitored)
 {
@@ -41,7 +40,7 @@ void watched_processes::watch(const process_trees& trees)
     for (const auto& [instance, pids] : trees)
         for (const unsigned long pid : pids)
             if (!processes_.contains(pid))
-                processes_[pid].reset(::OpenProcess(kRights, FALSE, pid));
+                processes_[pid] = opened_for_figures(pid);
 }
 
 process_look watched_processes::look() const
@@ -52,7 +51,7 @@ process_look watched_processes::look() const
     {
         FILETIME created, ended, kernel, user;
         if (process && ::GetProcessTimes(process.get(), &created, &ended, &kernel, &user))
-            seen.processes[pid] = {units(kernel), units(user)};
+            seen.processes[pid] = {platform::units_of(kernel), platform::units_of(user)};
     }
     return seen;
 }

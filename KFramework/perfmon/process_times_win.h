@@ -1,5 +1,5 @@
 #pragma once
-/// The times of monitored processes.
+/// The processes that are monitored, and their times.
 
 #include <map>
 
@@ -8,6 +8,9 @@
 
 namespace kf::perfmon
 {
+/// Opens a process for the questions about its times and its memory; none when the system refuses.
+platform::unique_handle opened_for_figures(unsigned long pid);
+
 /// The trees of the monitored processes as they are now; an empty one for a process that is gone.
 process_trees trees_of(const std::map<int, unsigned long>& monitored);
 

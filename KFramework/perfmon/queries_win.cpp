@@ -2,6 +2,7 @@
 #include "KFramework/perfmon/figures.h"
 #include "KFramework/perfmon/reports.h"
 #include "KFramework/perfmon/state_win.h"
+#include "KFramework/platform/file_time_win.h"
 #include "KFramework/string.h"
 
 namespace KFramework::KPerformanceMonitor
@@ -200,6 +201,6 @@ double getRealTime()
     FILETIME now;
     ::GetSystemTimeAsFileTime(&now);
     // KEPT[real-time-from-1601]
-    return static_cast<double>(std::uint64_t{now.dwHighDateTime} << 32 | now.dwLowDateTime) / kUnitsPerSecond;
+    return static_cast<double>(kf::platform::units_of(now)) / kUnitsPerSecond;
 }
 } // namespace KFramework::KPerformanceMonitor
