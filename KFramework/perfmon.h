@@ -48,10 +48,17 @@ struct kPerformanceMonitorData
 ///
 /// The memory figures are there when this returns, interfaces and disks shortly after, their figures and those of
 /// the processors after about a second.
+///
+/// @kept    physical-disk-name: objects and counters are found by their indexes, in the system's language. Where it
+///          has no name for an index the English one is used, which for disks is "Physical Disk", with a blank.
 KFRAMEWORK_API void StartPerformanceMonitor();
 
 /// Stops the monitor, waits for its thread and forgets interfaces, disks and the figures of processors; nothing
 /// when it does not run. ShutdownLibrary calls it first.
+///
+/// The wait is as long as the system's calls under way; a pause is cut short. Never call it, nor ShutdownLibrary,
+/// from DllMain, where no thread can end. A lazy query that comes after the stop starts a thread again: end the
+/// threads that ask before the library is unloaded.
 ///
 /// @kept    monitor-stops-for-good: a monitor that was stopped does not sample again in this process. Started
 ///          once more, also by a lazy query, it gathers memory figures and names once and its thread ends. Start it
@@ -61,7 +68,7 @@ KFRAMEWORK_API void StopPerformanceMonitor();
 /// Fills in the memory figures, as the monitor does for its own table.
 ///
 /// @param data   may be null: nothing happens. Written under the monitor's lock; everything but ramAmount to
-///               swapUsage and ramByInstance is left alone.
+///               swapUsage and ramByInstance is left alone, and so are the amounts when the system gives none.
 /// @param trees  instance to the process ids that count for it; may be null. Sets ramByInstance of each to the sum
 ///               of what its processes use privately; a process that cannot be opened counts nothing.
 /// @kept    swap-is-address-space: the swap figures are those of the calling process's virtual address space, not
@@ -70,7 +77,8 @@ KFRAMEWORK_API void FillPerformanceData(kPerformanceMonitorData* data,
                                         std::map<int, std::list<unsigned long>>* trees);
 
 /// Names the process whose tree counts for an instance, and sets the instance's figures to 0. What an earlier
-/// sample of the same instance is still measuring may show for one cycle.
+/// sample of the same instance is still measuring may show for one cycle. When the process is gone, the figures
+/// are 0 from the next cycle on.
 ///
 /// @param instance   the caller's own number, for example that of a worker.
 /// @param processId  replaces an earlier one. May be given before the monitor starts.
