@@ -19,6 +19,7 @@ struct counter_names
     std::u16string bytes_total = u"Bytes Total/sec";
     std::u16string bytes_sent = u"Bytes Sent/sec";
     std::u16string bandwidth = u"Current Bandwidth";
+    // KEPT[physical-disk-name]: with a blank, unlike the English system's own name.
     std::u16string physical_disk = u"Physical Disk";
     std::u16string disk_time = u"% Disk Time";
     std::u16string disk_read_time = u"% Disk Read Time";

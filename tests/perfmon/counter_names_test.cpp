@@ -27,6 +27,7 @@ TEST(LocalNames, AsksForEveryIndexOnce)
     EXPECT_EQ(names.disk_write_time, u"204");
 }
 
+// KEPT[physical-disk-name]
 TEST(LocalNames, StayEnglishWhereTheLookUpFails)
 {
     const counter_names names = local_names(

@@ -32,6 +32,13 @@ void note_misuse(bool wrong)
         calls.emplace_back("misuse");
 }
 
+BOOL WINAPI memory_of(MEMORYSTATUSEX* memory)
+{
+    const std::lock_guard lock(mutex);
+    calls.emplace_back("memory");
+    return ::GlobalMemoryStatusEx(memory);
+}
+
 PDH_STATUS WINAPI name_of(const wchar_t* machine, DWORD index, wchar_t* buffer, DWORD* size)
 {
     const std::lock_guard lock(mutex);
@@ -39,7 +46,10 @@ PDH_STATUS WINAPI name_of(const wchar_t* machine, DWORD index, wchar_t* buffer, 
     note_misuse(machine != nullptr);
     const auto name = kNames.find(index);
     if (!host.knows_names || name == kNames.end())
+    {
+        std::wcscpy(buffer, L"no name");
         return kFailed;
+    }
     if (*size <= name->second.size())
         return static_cast<PDH_STATUS>(PDH_MORE_DATA);
     std::wcscpy(buffer, name->second.c_str());
@@ -66,10 +76,13 @@ PDH_STATUS WINAPI list_items(const wchar_t* source, const wchar_t* machine, cons
     calls.push_back("list " + kf::test::utf8_text(object));
     note_misuse(source != nullptr || machine != nullptr || detail != 400 || flags != 0);
     const std::wstring all_counters = list_of({L"Zeit (%)", L"Lesezeit (%)"});
-    const std::wstring all_instances = list_of(object == kGermanInterface ? host.interfaces
+    std::vector<std::wstring> instance_texts = object == kGermanInterface ? host.interfaces
                                                : object == kGermanDisk    ? host.disks
-                                                                          : std::vector<std::wstring>{});
+                                                                          : std::vector<std::wstring>{};
     const bool first = counters == nullptr && instances == nullptr;
+    if (host.lists_grow && !first)
+        instance_texts.emplace_back(L"new");
+    const std::wstring all_instances = list_of(instance_texts);
     note_misuse(first && (*counters_size != 0 || *instances_size != 0));
     const bool fits = *counters_size >= all_counters.size() && *instances_size >= all_instances.size();
     *counters_size = static_cast<DWORD>(all_counters.size());
@@ -88,12 +101,10 @@ PDH_STATUS WINAPI open_query(const wchar_t* source, DWORD_PTR, PDH_HQUERY* query
     const std::lock_guard lock(mutex);
     calls.emplace_back("open");
     note_misuse(source != nullptr || is_open);
-    if (!host.opens)
-        return kFailed;
-    is_open = true;
+    *query = &the_query; // also when it fails: what is written then means nothing
+    is_open = host.opens;
     added.clear();
-    *query = &the_query;
-    return ERROR_SUCCESS;
+    return host.opens ? ERROR_SUCCESS : kFailed;
 }
 
 PDH_STATUS WINAPI add_counter(PDH_HQUERY query, const wchar_t* path, DWORD_PTR, PDH_HCOUNTER* counter)
@@ -101,19 +112,22 @@ PDH_STATUS WINAPI add_counter(PDH_HQUERY query, const wchar_t* path, DWORD_PTR, 
     const std::lock_guard lock(mutex);
     note_misuse(query != &the_query || !is_open);
     added.emplace_back(path);
-    if (host.refuses(path))
-        return kFailed;
-    *counter = reinterpret_cast<PDH_HCOUNTER>(added.size());
-    return ERROR_SUCCESS;
+    *counter = reinterpret_cast<PDH_HCOUNTER>(added.size()); // as above
+    return host.refuses(path) ? kFailed : ERROR_SUCCESS;
 }
 
 PDH_STATUS WINAPI collect(PDH_HQUERY query)
 {
-    const std::lock_guard lock(mutex);
+    std::unique_lock lock(mutex);
     calls.emplace_back("collect");
     note_misuse(query != &the_query || !is_open);
     pauses.push_back(monitor_copy::pauses());
-    return host.failing_collections-- > 0 ? kFailed : ERROR_SUCCESS;
+    const PDH_STATUS answer = host.failing_collections-- > 0 ? kFailed : ERROR_SUCCESS;
+    const auto collection = static_cast<int>(pauses.size());
+    const auto on_collection = host.on_collection;
+    lock.unlock();
+    on_collection(collection);
+    return answer;
 }
 
 PDH_STATUS WINAPI read_counter(PDH_HCOUNTER counter, DWORD format, DWORD*, PDH_FMT_COUNTERVALUE* value)
@@ -130,7 +144,7 @@ PDH_STATUS WINAPI read_counter(PDH_HCOUNTER counter, DWORD format, DWORD*, PDH_F
         value->largeValue = host.integers[added[place - 1]];
     else
         note_misuse(true);
-    return ERROR_SUCCESS;
+    return added[place - 1] == host.unreadable ? kFailed : ERROR_SUCCESS;
 }
 
 PDH_STATUS WINAPI close_query(PDH_HQUERY query)
@@ -156,7 +170,8 @@ const char* with_host(const char* module, host_traits traits)
 
 german_host::german_host(const monitor_copy& monitor, host_traits traits)
     : monitor_(monitor),
-      naming_(with_host(monitor.name(), std::move(traits)), "PdhLookupPerfNameByIndexW", name_of),
+      memory_(with_host(monitor.name(), std::move(traits)), "GlobalMemoryStatusEx", memory_of),
+      naming_(monitor.name(), "PdhLookupPerfNameByIndexW", name_of),
       listing_(monitor.name(), "PdhEnumObjectItemsW", list_items),
       opening_(monitor.name(), "PdhOpenQueryW", open_query),
       adding_(monitor.name(), "PdhAddCounterW", add_counter),

@@ -22,8 +22,12 @@ struct host_traits
     PDH_STATUS second_answer = ERROR_SUCCESS;
     bool knows_names = true;
     bool opens = true;
+    bool lists_grow = false; ///< from the first call to the second
     int failing_collections = 0;
+    std::function<void(int collection)> on_collection = [](int) {
+    }; ///< counted from 1; on the monitor's thread
     std::function<bool(const std::wstring& path)> refuses = [](const std::wstring&) { return false; };
+    std::wstring unreadable; ///< a path that is added and gives no value
 
     /// Path to value; 0 for the others.
     std::map<std::wstring, double> doubles;
@@ -39,8 +43,8 @@ public:
     german_host& operator=(const german_host&) = delete;
     ~german_host();
 
-    /// The calls in order: "name 6", "list Netzwerkschnittstelle", "open", "collect", "close", "misuse". Names and
-    /// paths are in UTF-8.
+    /// The calls in order: "memory", "name 6", "list Netzwerkschnittstelle", "open", "collect", "close", "misuse".
+    /// Names are in UTF-8.
     [[nodiscard]] static std::vector<std::string> journal();
     [[nodiscard]] static int count(const std::string& call);
 
@@ -52,6 +56,7 @@ public:
 
 private:
     const monitor_copy& monitor_;
+    kf::test::import_hook<BOOL WINAPI(MEMORYSTATUSEX*)> memory_;
     kf::test::import_hook<PDH_STATUS WINAPI(const wchar_t*, DWORD, wchar_t*, DWORD*)> naming_;
     kf::test::import_hook<PDH_STATUS WINAPI(const wchar_t*, const wchar_t*, const wchar_t*, wchar_t*, DWORD*,
                                             wchar_t*, DWORD*, DWORD, DWORD)>

@@ -3,6 +3,8 @@
 #include <atomic>
 #include <process.h>
 
+#include <gtest/gtest.h>
+
 #include "tests/support/deadline.h"
 
 namespace kf::perfmon::test
@@ -58,5 +60,21 @@ bool monitor_copy::wait_for_pauses(int count)
 int monitor_copy::threads_started()
 {
     return threads;
+}
+
+void expect_no_devices(const monitor_copy& monitor)
+{
+    EXPECT_EQ(monitor.nics(), 0u);
+    EXPECT_EQ(monitor.disks(), 0u);
+    EXPECT_EQ(monitor.nic_name(0), "");
+    EXPECT_EQ(monitor.disk_name(0), "");
+    EXPECT_EQ(monitor.nic_received(0), 0u);
+    EXPECT_EQ(monitor.nic_sent(0), 0u);
+    EXPECT_EQ(monitor.nic_usage(0), 0.0);
+    EXPECT_EQ(monitor.disk_total(0), 0.0);
+    EXPECT_EQ(monitor.disk_read(0), 0.0);
+    EXPECT_EQ(monitor.disk_write(0), 0.0);
+    EXPECT_EQ(monitor.nics_report(), "");
+    EXPECT_EQ(monitor.disks_report(), "");
 }
 } // namespace kf::perfmon::test

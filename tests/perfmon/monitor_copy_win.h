@@ -82,4 +82,7 @@ public:
     std::string (*nics_report)() = in_monitor<std::string()>("20GetFormattedNicUsageB5cxx11Ev");
     std::string (*disks_report)() = in_monitor<std::string()>("22GetFormattedDisksUsageB5cxx11Ev");
 };
+
+/// Every query about interfaces and disks gives what is given for unknown ones.
+void expect_no_devices(const monitor_copy& monitor);
 } // namespace kf::perfmon::test

@@ -1,4 +1,5 @@
 #include <atomic>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -7,7 +8,6 @@
 #include "tests/perfmon/german_host_win.h"
 #include "tests/perfmon/monitor_copy_win.h"
 #include "tests/support/deadline.h"
-#include "tests/support/handle_count_win.h"
 
 using namespace kf::perfmon::test;
 using kf::test::wait_until;
@@ -43,22 +43,6 @@ void WINAPI sleep_less(DWORD milliseconds)
     if (milliseconds == 1000)
         ++sleeps_of_a_second;
     ::Sleep(milliseconds == 1000 ? 5 : milliseconds);
-}
-
-void expect_no_devices(const monitor_copy& monitor)
-{
-    EXPECT_EQ(monitor.nics(), 0u);
-    EXPECT_EQ(monitor.disks(), 0u);
-    EXPECT_EQ(monitor.nic_name(0), "");
-    EXPECT_EQ(monitor.disk_name(0), "");
-    EXPECT_EQ(monitor.nic_received(0), 0u);
-    EXPECT_EQ(monitor.nic_sent(0), 0u);
-    EXPECT_EQ(monitor.nic_usage(0), 0.0);
-    EXPECT_EQ(monitor.disk_total(0), 0.0);
-    EXPECT_EQ(monitor.disk_read(0), 0.0);
-    EXPECT_EQ(monitor.disk_write(0), 0.0);
-    EXPECT_EQ(monitor.nics_report(), "");
-    EXPECT_EQ(monitor.disks_report(), "");
 }
 } // namespace
 
@@ -99,6 +83,16 @@ TEST(Monitor, IsStartedOnceByAnyLazyQuery)
     }
 }
 
+TEST(Monitor, IsStartedBeforeAReportCountsItsProcessors)
+{
+    const monitor_copy monitor;
+    const german_host host(monitor);
+    std::string expected;
+    for (int number = 0; number < monitor.processors() + 1; ++number)
+        expected += "0 ";
+    EXPECT_EQ(monitor.full_proc_report(0), expected);
+}
+
 TEST(Monitor, StartsOneThreadForManyQueriesAtOnce)
 {
     const monitor_copy monitor;
@@ -134,105 +128,6 @@ TEST(Monitor, KnowsNoCoreBelowTheFirstOrBehindTheLast)
     EXPECT_EQ(monitor.ram_of(99), 0u);
 }
 
-TEST(Monitor, StopsWithItsQueryClosedAndItsItemsForgotten)
-{
-    const monitor_copy monitor;
-    const german_host host(monitor);
-    monitor.start();
-    ASSERT_TRUE(monitor.wait_for_pauses(2));
-    EXPECT_EQ(monitor.nics(), 2u);
-    monitor.stop();
-    EXPECT_EQ(german_host::count("open"), 1);
-    EXPECT_EQ(german_host::count("close"), 1);
-    expect_no_devices(monitor);
-    monitor.stop();
-    EXPECT_EQ(german_host::count("close"), 1);
-}
-
-TEST(Monitor, NeedsNoStopWhenItDoesNotRun)
-{
-    const monitor_copy monitor;
-    const german_host host(monitor);
-    monitor.stop();
-    EXPECT_EQ(german_host::journal(), std::vector<std::string>{});
-    monitor.start();
-    ASSERT_TRUE(monitor.wait_for_pauses(3));
-    EXPECT_GE(german_host::count("collect"), 2);
-}
-
-// KEPT[monitor-stops-for-good]
-TEST(Monitor, EndsAtOnceWhenItIsStartedAfterAStop)
-{
-    const monitor_copy monitor;
-    const german_host host(monitor);
-    monitor.start();
-    ASSERT_TRUE(monitor.wait_for_pauses(1));
-    monitor.stop();
-    const int collections = german_host::count("collect");
-    EXPECT_GT(monitor.ram_amount(), 0u);
-    EXPECT_EQ(monitor_copy::threads_started(), 2);
-    ASSERT_TRUE(wait_until([] { return german_host::count("close") == 2; }));
-    EXPECT_EQ(german_host::count("collect"), collections);
-    EXPECT_EQ(monitor.nics(), 2u);
-    EXPECT_EQ(monitor.nic_received(0), 0u);
-}
-
-TEST(Monitor, GivesEveryHandleBackAfterAHundredStartsAndStops)
-{
-    const monitor_copy monitor;
-    const german_host host(monitor);
-    monitor.start();
-    monitor.stop();
-    const std::size_t before = kf::test::handle_count();
-    for (int i = 0; i < 100; ++i)
-    {
-        monitor.start();
-        monitor.stop();
-    }
-    EXPECT_TRUE(wait_until([&] { return kf::test::handle_count() <= before; }))
-        << kf::test::handle_count() << " handles, before " << before;
-    EXPECT_EQ(german_host::count("open"), 101);
-    EXPECT_EQ(german_host::count("close"), 101);
-}
-
-TEST(Monitor, AnswersSixteenThreadsWhileItStops)
-{
-    const monitor_copy monitor;
-    const german_host host(monitor);
-    monitor.start();
-    ASSERT_TRUE(monitor.wait_for_pauses(1));
-    std::atomic<bool> done{false};
-    std::atomic<int> rounds{0};
-    std::vector<std::thread> askers;
-    for (int i = 0; i < 16; ++i)
-        askers.emplace_back(
-            [&, i]
-            {
-                while (!done)
-                {
-                    EXPECT_EQ(monitor.cpu(0), 0.0);
-                    EXPECT_LE(monitor.nics(), 2u);
-                    EXPECT_LE(monitor.nic_name(1).size(), 20u);
-                    EXPECT_EQ(monitor.nic_received(1), 0u);
-                    EXPECT_EQ(monitor.disk_total(0), 0.0);
-                    EXPECT_GT(monitor.ram_amount(), 0u);
-                    monitor.monitor_pid(i, 0);
-                    EXPECT_LE(monitor.nics_report().size(), 200u);
-                    ++rounds;
-                }
-            });
-    for (int i = 0; i < 3; ++i)
-    {
-        const int goal = rounds + 16;
-        EXPECT_TRUE(wait_until([&] { return rounds >= goal; }));
-        monitor.stop();
-    }
-    done = true;
-    for (std::thread& asker : askers)
-        asker.join();
-    EXPECT_EQ(german_host::count("misuse"), 0);
-}
-
 TEST(Monitor, TriesAgainWhenItsThreadCannotBeStarted)
 {
     const monitor_copy monitor;
@@ -260,17 +155,6 @@ TEST(Monitor, SleepsWhereThereIsNoEventToWaitFor)
     monitor.stop();
     EXPECT_EQ(german_host::count("close"), 1);
     EXPECT_LE(german_host::count("collect"), sleeps_of_a_second + 1);
-}
-
-TEST(ShutdownLibrary, StopsTheMonitorFirst)
-{
-    const monitor_copy monitor;
-    const german_host host(monitor);
-    monitor.start();
-    ASSERT_TRUE(monitor.wait_for_pauses(1));
-    monitor.shutdown();
-    EXPECT_EQ(german_host::count("close"), 1);
-    expect_no_devices(monitor);
 }
 
 TEST(MonitorOnThisHost, SamplesWhatItsCountersOffer)

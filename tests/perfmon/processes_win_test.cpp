@@ -1,11 +1,12 @@
 #include <atomic>
-#include <list>
-#include <map>
 #include <memory>
+#include <mutex>
+#include <set>
+#include <sstream>
+#include <string>
 
 #include <gtest/gtest.h>
 
-#include "KFramework/perfmon.h"
 #include "tests/perfmon/german_host_win.h"
 #include "tests/perfmon/monitor_copy_win.h"
 #include "tests/process/child_win.h"
@@ -15,7 +16,6 @@
 #include <tlhelp32.h>
 
 using namespace kf::perfmon::test;
-using namespace KFramework;
 using kf::test::import_hook;
 using kf::test::wait_until;
 
@@ -58,19 +58,24 @@ BOOL WINAPI stated_private_memory(HANDLE process, PROCESS_MEMORY_COUNTERS* count
     return TRUE;
 }
 
-/// The system gives a child a console program of its own, which may come and go: no process has children here.
-BOOL WINAPI next_without_parent(HANDLE snapshot, PROCESSENTRY32W* entry)
+std::atomic<unsigned long> stated_child{0}, stated_parent{0};
+
+/// The system gives a child a console program of its own, which may come and go: no process has children here but
+/// the stated parent.
+BOOL WINAPI next_with_stated_parent(HANDLE snapshot, PROCESSENTRY32W* entry)
 {
     const BOOL result = ::Process32NextW(snapshot, entry);
-    entry->th32ParentProcessID = 0;
+    entry->th32ParentProcessID = entry->th32ProcessID == stated_child ? stated_parent.load() : 0;
     return result;
 }
 
 /// A monitor of processes whose times and memory are stated.
 struct measured_processes
 {
-    measured_processes(std::uint64_t kernel, std::uint64_t user) : host(monitor)
+    measured_processes(std::uint64_t kernel, std::uint64_t user, host_traits traits = {})
+        : host(monitor, std::move(traits))
     {
+        stated_child = stated_parent = 0;
         kernel_per_look = kernel;
         user_per_look = user;
         looks = 0;
@@ -84,8 +89,39 @@ struct measured_processes
     import_hook<BOOL WINAPI(HANDLE, PROCESS_MEMORY_COUNTERS*, DWORD)> memory{
         monitor.name(), "K32GetProcessMemoryInfo", stated_private_memory};
     import_hook<BOOL WINAPI(HANDLE, PROCESSENTRY32W*)> rows{monitor.name(), "Process32NextW",
-                                                            next_without_parent};
+                                                            next_with_stated_parent};
 };
+
+std::mutex handles_mutex;
+std::set<HANDLE> open_processes; // guarded by handles_mutex
+int processes_opened = 0;        // guarded by handles_mutex
+
+HANDLE WINAPI note_opened(DWORD rights, BOOL inherit, DWORD pid)
+{
+    const std::lock_guard lock(handles_mutex);
+    HANDLE const process = ::OpenProcess(rights, inherit, pid);
+    if (process != nullptr)
+    {
+        open_processes.insert(process);
+        ++processes_opened;
+    }
+    return process;
+}
+
+BOOL WINAPI note_closed(HANDLE handle)
+{
+    const std::lock_guard lock(handles_mutex);
+    open_processes.erase(handle);
+    return ::CloseHandle(handle);
+}
+
+std::string three_digits(double value)
+{
+    std::ostringstream text;
+    text.precision(3);
+    text << value;
+    return text.str();
+}
 } // namespace
 
 TEST(MonitoredProcess, HasItsPartOfAllProcessorsAndItsPrivateMemory)
@@ -98,6 +134,84 @@ TEST(MonitoredProcess, HasItsPartOfAllProcessorsAndItsPrivateMemory)
     ASSERT_TRUE(measured.monitor.wait_for_pauses(4));
     EXPECT_DOUBLE_EQ(measured.monitor.cpu_of(3), 25.0 / measured.monitor.processors());
     EXPECT_EQ(measured.monitor.ram_of(3), kPrivate);
+}
+
+TEST(MonitoredProcess, CountsWithTheProcessesBelowIt)
+{
+    const kf::test::spawned_child parent("copy_input", ""), child("copy_input", "");
+    ASSERT_TRUE(parent.started() && child.started());
+    const measured_processes measured(2'000'000, 500'000);
+    stated_parent = parent.process->processId;
+    stated_child = child.process->processId;
+    measured.monitor.monitor_pid(3, parent.process->processId);
+    measured.monitor.monitor_pid(4, child.process->processId);
+    measured.monitor.start();
+    ASSERT_TRUE(measured.monitor.wait_for_pauses(4));
+    EXPECT_DOUBLE_EQ(measured.monitor.cpu_of(3), 50.0 / measured.monitor.processors());
+    EXPECT_EQ(measured.monitor.ram_of(3), 2 * kPrivate);
+    EXPECT_DOUBLE_EQ(measured.monitor.cpu_of(4), 25.0 / measured.monitor.processors());
+    EXPECT_EQ(measured.monitor.ram_of(4), kPrivate);
+}
+
+TEST(MonitoredProcess, StandsInTheReports)
+{
+    const kf::test::spawned_child child("copy_input", "");
+    ASSERT_TRUE(child.started());
+    const measured_processes measured(2'000'000, 500'000);
+    const monitor_copy& monitor = measured.monitor;
+    monitor.monitor_pid(3, child.process->processId);
+    monitor.start();
+    ASSERT_TRUE(monitor.wait_for_pauses(4));
+    const std::string cpu = three_digits(25.0 / monitor.processors()), ram = " 5000000000";
+    EXPECT_EQ(monitor.proc_report(3), cpu);
+    EXPECT_EQ(monitor.ram_report(3), std::to_string(monitor.ram_amount()) + ram);
+    EXPECT_TRUE(monitor.full_proc_report(3).ends_with(" " + cpu + " ")) << monitor.full_proc_report(3);
+    EXPECT_TRUE(monitor.full_ram_report(3).ends_with(ram)) << monitor.full_ram_report(3);
+}
+
+TEST(MonitoredProcess, IsMeasuredWithoutAQueryOfCounters)
+{
+    const kf::test::spawned_child child("copy_input", "");
+    ASSERT_TRUE(child.started());
+    host_traits traits;
+    traits.opens = false;
+    const measured_processes measured(2'000'000, 500'000, traits);
+    measured.monitor.monitor_pid(3, child.process->processId);
+    measured.monitor.start();
+    ASSERT_TRUE(measured.monitor.wait_for_pauses(4));
+    EXPECT_DOUBLE_EQ(measured.monitor.cpu_of(3), 25.0 / measured.monitor.processors());
+    EXPECT_EQ(measured.monitor.ram_of(3), kPrivate);
+}
+
+TEST(MonitoredProcess, HasItsMemoryAloneWhileCollectionsFail)
+{
+    const kf::test::spawned_child child("copy_input", "");
+    ASSERT_TRUE(child.started());
+    host_traits traits;
+    traits.failing_collections = 1'000'000;
+    const measured_processes measured(2'000'000, 500'000, traits);
+    measured.monitor.monitor_pid(3, child.process->processId);
+    measured.monitor.start();
+    ASSERT_TRUE(measured.monitor.wait_for_pauses(4));
+    EXPECT_EQ(measured.monitor.cpu_of(3), 0.0);
+    EXPECT_EQ(measured.monitor.ram_of(3), kPrivate);
+}
+
+TEST(MonitoredProcess, IsClosedAsOftenAsItIsOpened)
+{
+    const kf::test::spawned_child child("copy_input", "");
+    ASSERT_TRUE(child.started());
+    measured_processes measured(2'000'000, 500'000);
+    open_processes.clear();
+    processes_opened = 0;
+    const import_hook opening(measured.monitor.name(), "OpenProcess", note_opened);
+    const import_hook closing(measured.monitor.name(), "CloseHandle", note_closed);
+    measured.monitor.monitor_pid(3, child.process->processId);
+    measured.monitor.start();
+    ASSERT_TRUE(measured.monitor.wait_for_pauses(6));
+    measured.monitor.stop();
+    EXPECT_GE(processes_opened, 6);
+    EXPECT_TRUE(open_processes.empty());
 }
 
 // KEPT[cpu-delta-32-bits]
@@ -138,29 +252,4 @@ TEST(SetMonitoringProcessPid, SetsTheFiguresToNothing)
     measured.monitor.monitor_pid(3, child.process->processId);
     EXPECT_EQ(measured.monitor.cpu_of(3), 0.0);
     EXPECT_EQ(measured.monitor.ram_of(3), 0u);
-}
-
-TEST(FillPerformanceData, SumsThePrivateMemoryOfEveryInstance)
-{
-    const import_hook memory("K32GetProcessMemoryInfo", stated_private_memory);
-    const unsigned long own = ::GetCurrentProcessId();
-    std::map<int, std::list<unsigned long>> trees{{1, {own, own}}, {2, {}}, {-3, {own, 0xFFFFFFF0}}};
-    KPerformanceMonitor::kPerformanceMonitorData data;
-    data.ramByInstance[2] = 77;
-    data.ramByInstance[9] = 88;
-    KPerformanceMonitor::FillPerformanceData(&data, &trees);
-    EXPECT_EQ(data.ramByInstance,
-              (std::map<int, std::uint64_t>{{-3, kPrivate}, {1, 2 * kPrivate}, {2, 0}, {9, 88}}));
-    EXPECT_GT(data.ramAmount, data.ramUsage);
-    EXPECT_GT(data.swapAmount, data.swapUsage);
-    EXPECT_EQ(data.processorCount, 0);
-}
-
-TEST(FillPerformanceData, TakesNullForEitherArgument)
-{
-    KPerformanceMonitor::FillPerformanceData(nullptr, nullptr);
-    KPerformanceMonitor::kPerformanceMonitorData data;
-    KPerformanceMonitor::FillPerformanceData(&data, nullptr);
-    EXPECT_GT(data.ramAmount, 0u);
-    EXPECT_TRUE(data.ramByInstance.empty());
 }

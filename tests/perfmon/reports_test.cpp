@@ -1,9 +1,10 @@
 #include "KFramework/perfmon/reports.h"
 
-#include <locale>
 #include <vector>
 
 #include <gtest/gtest.h>
+
+#include "tests/perfmon/german_locale.h"
 
 using namespace kf::perfmon;
 
@@ -30,26 +31,6 @@ private:
         fetched.emplace_back(figure);
         return value;
     }
-};
-
-struct german_numbers final : std::numpunct<char>
-{
-    char do_decimal_point() const override { return ','; }
-    char do_thousands_sep() const override { return '.'; }
-    std::string do_grouping() const override { return "\3"; }
-};
-
-/// What a host may do to its own process.
-class german_locale
-{
-public:
-    german_locale() : before_(std::locale::global(std::locale(std::locale::classic(), new german_numbers))) {}
-    ~german_locale() { std::locale::global(before_); }
-    german_locale(const german_locale&) = delete;
-    german_locale& operator=(const german_locale&) = delete;
-
-private:
-    std::locale before_;
 };
 
 /// Interfaces whose figures tell which they are.
@@ -190,7 +171,7 @@ TEST(DisksReport, PrintsTotalReadAndWriteWithSixDigits)
 
 TEST(Reports, AreTheSameUnderALocaleWithCommasAndGrouping)
 {
-    const german_locale locale;
+    const test::german_locale locale;
     stated_figures figures;
     EXPECT_EQ(instance_cpu_report(figures, 7), "12.3");
     EXPECT_EQ(instance_ram_report(figures, 7), "17179869184 1048576");

@@ -1,7 +1,6 @@
 #include <clocale>
-#include <cmath>
+#include <cstdio>
 #include <ctime>
-#include <locale>
 #include <sstream>
 #include <string>
 
@@ -10,6 +9,7 @@
 #include "KFramework/perfmon.h"
 #include "KFramework/string.h"
 #include "tests/perfmon/german_host_win.h"
+#include "tests/perfmon/german_locale.h"
 #include "tests/perfmon/monitor_copy_win.h"
 
 using namespace kf::perfmon::test;
@@ -17,32 +17,18 @@ using KFramework::KStringHelper::FromBase64;
 
 namespace
 {
-struct german_numbers final : std::numpunct<char>
-{
-    char do_decimal_point() const override { return ','; }
-    char do_thousands_sep() const override { return '.'; }
-    std::string do_grouping() const override { return "\3"; }
-};
-
-/// What a host may do to its own process.
-class german_locale
+/// Of the C runtime, which the global C++ locale does not change when it has no name.
+class german_runtime
 {
 public:
-    german_locale() : before_(std::locale::global(std::locale(std::locale::classic(), new german_numbers)))
+    german_runtime()
     {
         if (std::setlocale(LC_ALL, "German") == nullptr)
             std::puts("no German locale here: only the global C++ locale is changed");
     }
-    ~german_locale()
-    {
-        std::setlocale(LC_ALL, "C");
-        std::locale::global(before_);
-    }
-    german_locale(const german_locale&) = delete;
-    german_locale& operator=(const german_locale&) = delete;
-
-private:
-    std::locale before_;
+    german_runtime(const german_runtime&) = delete;
+    german_runtime& operator=(const german_runtime&) = delete;
+    ~german_runtime() { std::setlocale(LC_ALL, "C"); }
 };
 
 host_traits host_with_figures()
@@ -105,6 +91,7 @@ TEST(Reports, AreTheSameUnderTheHostsLocale)
     const german_host host(monitor, host_with_figures());
     const kf::test::import_hook memory(monitor.name(), "GlobalMemoryStatusEx", stated_memory);
     const german_locale locale;
+    const german_runtime runtime;
     std::ostringstream text;
     text << 1234.5;
     ASSERT_EQ(text.str(), "1.234,5");

@@ -54,6 +54,14 @@ TEST(FiguresOfInterface, TakesWhatWasNotSentForReceived)
     EXPECT_DOUBLE_EQ(figures.usage, 0.012);
 }
 
+TEST(FiguresOfInterface, SubtractsOfATotalThatCannotBeReadAsOfAnyOther)
+{
+    const interface_figures figures = figures_of_interface(0, 1200, 1'000'000);
+    EXPECT_EQ(figures.sent, 1200u);
+    EXPECT_EQ(figures.received, ~std::uint64_t{1199});
+    EXPECT_EQ(figures.usage, 0.0);
+}
+
 TEST(FiguresOfInterface, UsesNothingOfNoBandwidth)
 {
     EXPECT_EQ(figures_of_interface(1500, 1200, 0).usage, 0.0);
