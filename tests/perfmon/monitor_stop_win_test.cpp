@@ -29,6 +29,17 @@ HANDLE own_thread()
                       DUPLICATE_SAME_ACCESS);
     return thread;
 }
+
+DWORD freeing_thread = 0;
+bool freed_before_the_end = false;
+
+/// Notes what freeing_thread frees while the monitor's query is open.
+void note_freed(void* memory, std::size_t size)
+{
+    if (::GetCurrentThreadId() == freeing_thread && german_host::count("close") == 0)
+        freed_before_the_end = true;
+    ::operator delete(memory, size);
+}
 } // namespace
 
 TEST(Monitor, StopsWithItsQueryClosedAndItsItemsForgotten)
@@ -165,7 +176,13 @@ TEST(ShutdownLibrary, StopsTheMonitorFirst)
     const german_host host(monitor);
     monitor.start();
     ASSERT_TRUE(monitor.wait_for_pauses(1));
-    monitor.shutdown();
+    freeing_thread = ::GetCurrentThreadId();
+    freed_before_the_end = false;
+    {
+        const kf::test::import_hook freeing(monitor.name(), "_ZdlPvy", note_freed);
+        monitor.shutdown();
+    }
+    EXPECT_FALSE(freed_before_the_end) << "the mutexes go behind the monitor";
     EXPECT_EQ(german_host::count("close"), 1);
     expect_no_devices(monitor);
 }

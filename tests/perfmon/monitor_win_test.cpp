@@ -25,6 +25,17 @@ BOOL WINAPI stated_memory(MEMORYSTATUSEX* memory)
     return memory->dwLength == sizeof *memory;
 }
 
+std::atomic<int> fillers{0};
+
+/// Whoever starts the monitor stays here a while, so that another could start it too.
+BOOL WINAPI memory_after_a_while(MEMORYSTATUSEX* memory)
+{
+    ++fillers;
+    for (int i = 0; i < 50 && fillers < 2; ++i)
+        ::Sleep(1);
+    return ::GlobalMemoryStatusEx(memory);
+}
+
 std::uintptr_t __cdecl start_no_thread(void*, unsigned, unsigned(__stdcall*)(void*), void*, unsigned,
                                        unsigned*)
 {
@@ -97,6 +108,8 @@ TEST(Monitor, StartsOneThreadForManyQueriesAtOnce)
 {
     const monitor_copy monitor;
     const german_host host(monitor);
+    const kf::test::import_hook memory(monitor.name(), "GlobalMemoryStatusEx", memory_after_a_while);
+    fillers = 0;
     std::vector<std::thread> askers;
     for (int i = 0; i < 16; ++i)
         askers.emplace_back([&] { EXPECT_GT(monitor.ram_amount(), 0u); });
