@@ -57,6 +57,7 @@ struct listing
         return enumerate(take, parameter);
     }
 };
+
 /// Expects those windows in the system's order, which the display may still be settling: the search counts when
 /// the order was the same before and after it.
 template <class Search>
@@ -235,12 +236,11 @@ TEST(GetWindowChilds, SkipsAWindowWhoseReadingRaises)
     static HWND raising = nullptr;
     const windows rest{all[0], all[2]};
     raising = all[1];
-    const auto raise = [](HWND window)
+    static const auto raise_for = [](HWND window)
     {
         if (window == raising)
             ::RaiseException(0xC0000005, 0, 0, nullptr);
     };
-    static const auto raise_for = raise;
     {
         const import_hook hook(
             "GetWindowInfo",
