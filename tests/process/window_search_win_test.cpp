@@ -163,6 +163,24 @@ TEST(GetWin10ProcessMainWindows, ReadsTheClassToItsLastCharacter)
     EXPECT_EQ(GetWin10ProcessMainWindows(program.pid()), windows{program[0]});
 }
 
+TEST(GetWin10ProcessMainWindows, ReadsNoMoreThan255CharactersOfAClass)
+{
+    const opened_windows program({"C/t/" + kShown});
+    static std::wstring name;
+    const import_hook hook(
+        "GetClassNameW",
+        +[](HWND, LPWSTR text, int room) -> int WINAPI
+        {
+            const std::size_t taken = name.copy(text, static_cast<std::size_t>(room) - 1);
+            text[taken] = L'\0';
+            return static_cast<int>(taken);
+        });
+    name = std::wstring(234, L'x') + L"WindowsForms10.Window";
+    EXPECT_EQ(std::ranges::count(GetWin10ProcessMainWindows(program.pid()), program[0]), 1);
+    name.insert(0, 1, L'x');
+    EXPECT_EQ(GetWin10ProcessMainWindows(program.pid()), windows{});
+}
+
 TEST(GetQtProcessMainWindows, TakesQtWindowsOfAnyKindAndTitledToolPopUps)
 {
     const opened_windows program({
