@@ -22,7 +22,7 @@ using namespace host_report;
 
 constexpr unsigned long kPeriod = 2000; // milliseconds, which is how often the monitor has new figures
 constexpr unsigned long kGlance = 50;   // milliseconds
-constexpr int kGlances = 50;            // the monitor's first figures take it a second and a little
+constexpr int kGlances = 40;            // the monitor's first figures take it a second and a little
 
 /// Until the counters have answered, which on some hosts they never do; false when the program is to stop.
 bool wait_for_counters(const stop_request& stop, counters& known)

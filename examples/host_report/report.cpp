@@ -12,7 +12,7 @@ namespace host_report
 {
 namespace
 {
-constexpr int kBarCells = 30;
+constexpr int kBarCells = 20; // the memory's lines fit into 80 columns
 constexpr const char* kUnknown = "unknown";
 constexpr const char* kNoneKnown = "none known";
 
@@ -116,7 +116,7 @@ std::string memory_text(const load_figures& now, bool bars)
             all.add({name, bytes(one.usage), bytes(one.amount), percent(load), bar_of(load)});
     };
     add("RAM", now.memory);
-    add("Swap (address space of this program)", now.swap);
+    add("Swap (own address space)", now.swap);
     return all.text();
 }
 

@@ -7,10 +7,12 @@
 #include "tests/support/winsock_session_win.h"
 
 #include <algorithm>
+#include <map>
 #include <memory>
 #include <regex>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -19,22 +21,33 @@ using kf::test::program_run;
 
 namespace
 {
-/// Both runs at once: most of their time is waiting.
+/// All runs at once: most of their time is waiting.
 class HostReport : public testing::Test
 {
 protected:
     static void SetUpTestSuite()
     {
-        once_ = std::make_unique<program_run>("host_report", "");
-        watched_ = std::make_unique<program_run>("host_report", "--watch --count 2");
+        for (const char* arguments : {kOnce, kTwice, kHelp, kUncounted, kUnknown})
+            runs_[arguments] = std::make_unique<program_run>("host_report", arguments);
     }
-    static void TearDownTestSuite()
+    static void TearDownTestSuite() { runs_.clear(); }
+
+    /// Exit code and output of the run with these arguments.
+    static std::pair<unsigned long, std::string> outcome(const char* arguments)
     {
-        once_.reset();
-        watched_.reset();
+        program_run& run = *runs_.at(arguments);
+        const unsigned long code = run.wait().value_or(99);
+        return {code, run.output()};
     }
 
-    static inline std::unique_ptr<program_run> once_, watched_;
+    static constexpr const char* kOnce = "";
+    static constexpr const char* kTwice = "--watch --count 2";
+    static constexpr const char* kHelp = "--help";
+    static constexpr const char* kUncounted = "--count 2";
+    static constexpr const char* kUnknown = "--watch once";
+
+private:
+    static inline std::map<std::string, std::unique_ptr<program_run>> runs_;
 };
 
 std::vector<std::string> lines_of(const std::string& text)
@@ -68,19 +81,12 @@ int lines_that_begin(const std::string& text, const std::string& label)
     return static_cast<int>(std::count_if(
         lines.begin(), lines.end(), [&](const std::string& line) { return line.rfind(label, 0) == 0; }));
 }
-
-std::pair<unsigned long, std::string> ended(const std::string& arguments)
-{
-    program_run run("host_report", arguments);
-    const unsigned long code = run.wait().value_or(99);
-    return {code, run.output()};
-}
 } // namespace
 
 TEST_F(HostReport, TellsWhatTheSystemSaysOfThisHost)
 {
-    EXPECT_EQ(once_->wait(), 0u);
-    const std::string text = once_->output();
+    const auto [code, text] = outcome(kOnce);
+    EXPECT_EQ(code, 0u);
 
     const kf::test::winsock_session session;
     char name[255] = {};
@@ -95,9 +101,9 @@ TEST_F(HostReport, TellsWhatTheSystemSaysOfThisHost)
     EXPECT_NE(behind("RAM", text).find(" " + host_report::bytes(memory.ullTotalPhys) + " "),
               std::string::npos)
         << text;
-    EXPECT_NE(behind("Swap (address space of this program)", text)
-                  .find(" " + host_report::bytes(memory.ullTotalVirtual) + " "),
-              std::string::npos)
+    EXPECT_NE(
+        behind("Swap (own address space)", text).find(" " + host_report::bytes(memory.ullTotalVirtual) + " "),
+        std::string::npos)
         << text;
 
     EXPECT_EQ(behind("Platform", text).rfind("Windows ", 0), 0u) << text;
@@ -113,8 +119,8 @@ TEST_F(HostReport, TellsWhatTheSystemSaysOfThisHost)
 
 TEST_F(HostReport, HasEverySectionOnceAndNoBars)
 {
-    EXPECT_EQ(once_->wait(), 0u);
-    const std::string text = once_->output();
+    const auto [code, text] = outcome(kOnce);
+    EXPECT_EQ(code, 0u);
     for (const char* label : {"Host", "Processor", "Cores per package", "Graphics", "Memory",
                               "Network interface", "Disk", "Core  "})
         EXPECT_EQ(lines_that_begin(text, label), 1) << label << " in\n" << text;
@@ -126,8 +132,8 @@ TEST_F(HostReport, HasEverySectionOnceAndNoBars)
 
 TEST_F(HostReport, RepeatsItselfWithBarsWhenItWatches)
 {
-    EXPECT_EQ(watched_->wait(), 0u);
-    const std::string text = watched_->output();
+    const auto [code, text] = outcome(kTwice);
+    EXPECT_EQ(code, 0u);
     EXPECT_EQ(lines_that_begin(text, "Host "), 2) << text;
     EXPECT_EQ(lines_that_begin(text, "Core  "), 2) << text;
     EXPECT_NE(text.find("\n\nHost "), std::string::npos) << "no empty line between the two";
@@ -137,15 +143,15 @@ TEST_F(HostReport, RepeatsItselfWithBarsWhenItWatches)
 
 TEST_F(HostReport, RefusesWhatItDoesNotUnderstandInOneLine)
 {
-    using outcome = std::pair<unsigned long, std::string>;
-    EXPECT_EQ(ended("--count 2"), outcome(2, "host_report: --count goes with --watch\n"));
-    EXPECT_EQ(ended("--watch once"),
-              outcome(2, "host_report: 'once' means nothing here; --help tells what does\n"));
+    using one_line = std::pair<unsigned long, std::string>;
+    EXPECT_EQ(outcome(kUncounted), one_line(2, "host_report: --count goes with --watch\n"));
+    EXPECT_EQ(outcome(kUnknown),
+              one_line(2, "host_report: 'once' means nothing here; --help tells what does\n"));
 }
 
 TEST_F(HostReport, HelpsOnStandardOutput)
 {
-    const auto [code, text] = ended("--help");
+    const auto [code, text] = outcome(kHelp);
     EXPECT_EQ(code, 0u);
     EXPECT_EQ(text.rfind("usage: host_report [--watch [--count N]]\n", 0), 0u) << text;
     EXPECT_EQ(text.back(), '\n');

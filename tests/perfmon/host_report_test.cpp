@@ -69,9 +69,9 @@ TEST(Report, IsATableOfFactsAndFourOfLoads)
                                       "                   ff:ff:ff:ff:ff:ff\n"
                                       "Logged on          1 at the console, 2 remote\n"
                                       "\n"
-                                      "Memory                                  In use         Of   Load\n"
-                                      "RAM                                   12.0 GiB   32.0 GiB  37.5%\n"
-                                      "Swap (address space of this program)   1.5 GiB  128.0 TiB   0.0%\n"
+                                      "Memory                      In use         Of   Load\n"
+                                      "RAM                       12.0 GiB   32.0 GiB  37.5%\n"
+                                      "Swap (own address space)   1.5 GiB  128.0 TiB   0.0%\n"
                                       "\n"
                                       "Network interface   Sent/s  Received/s   Load\n"
                                       "Ethernet           1.5 MiB       300 B  50.0%\n"
@@ -89,12 +89,12 @@ TEST(Report, IsATableOfFactsAndFourOfLoads)
 TEST(Report, HasBarsBehindTheLoadsThatAreKnown)
 {
     const std::string text = text_of(busy_moment(), true);
-    EXPECT_TRUE(has_line(text, "RAM 12.0 GiB 32.0 GiB 37.5% [###########...................]")) << text;
-    EXPECT_TRUE(has_line(text, "Ethernet 1.5 MiB 300 B 50.0% [###############...............]")) << text;
+    EXPECT_TRUE(has_line(text, "RAM 12.0 GiB 32.0 GiB 37.5% [########............]")) << text;
+    EXPECT_TRUE(has_line(text, "Ethernet 1.5 MiB 300 B 50.0% [##########..........]")) << text;
     EXPECT_TRUE(has_line(text, "Loopback 12 B 0 B -")) << text;
-    EXPECT_TRUE(has_line(text, "0 C: 20.0% 30.0% 50.0% [###############...............]")) << text;
-    EXPECT_TRUE(has_line(text, " 0 0.0% [..............................]")) << text;
-    EXPECT_TRUE(has_line(text, " 1 100.0% [##############################]")) << text;
+    EXPECT_TRUE(has_line(text, "0 C: 20.0% 30.0% 50.0% [##########..........]")) << text;
+    EXPECT_TRUE(has_line(text, " 0 0.0% [....................]")) << text;
+    EXPECT_TRUE(has_line(text, " 1 100.0% [####################]")) << text;
 }
 
 TEST(Report, SaysUnknownInsteadOfTheLibrarysZerosAndEmptyTexts)
@@ -114,9 +114,9 @@ TEST(Report, SaysUnknownInsteadOfTheLibrarysZerosAndEmptyTexts)
                        "Network addresses  unknown\n"
                        "Logged on          unknown\n"
                        "\n"
-                       "Memory                                In use  Of  Load\n"
-                       "RAM                                        -   -     -\n"
-                       "Swap (address space of this program)       -   -     -\n"
+                       "Memory                    In use  Of  Load\n"
+                       "RAM                            -   -     -\n"
+                       "Swap (own address space)       -   -     -\n"
                        "\n"
                        "Network interface  Sent/s  Received/s  Load\n"
                        "Ethernet                -           -     -\n"
