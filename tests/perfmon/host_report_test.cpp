@@ -149,6 +149,9 @@ TEST(Counters, MakeZerosKnownOnceAFigureHasBeenAboveZero)
     known.learn(now);
     EXPECT_FALSE(known.tell_of_processors());
     EXPECT_TRUE(known.tell_of_devices());
+    const std::string half = report(host_facts{}, now, known, false);
+    EXPECT_TRUE(has_line(half, "0 C: 0.0% 0.0% 0.0%")) << half;
+    EXPECT_TRUE(has_line(half, " 1 -")) << half;
 
     now.interfaces[0].received = 0;
     now.processors[1] = 0.5;
