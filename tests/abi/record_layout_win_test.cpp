@@ -2,7 +2,6 @@
 /// the library's own come last and are not named here, but they count for the size.
 
 #include <cstddef>
-#include <memory>
 #include <utility>
 #include <vector>
 

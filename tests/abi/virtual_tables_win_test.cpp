@@ -2,7 +2,6 @@
 /// derive from them.
 
 #include <string>
-#include <type_traits>
 #include <vector>
 
 #include <gtest/gtest.h>
