@@ -1,7 +1,7 @@
 #!/bin/bash
 # The main job, watched: one server and two workers, which share a farm.conf, render an animation on this machine, and
-# one worker is killed in the middle. Leaves frames, contact sheet, logs and the completed farm.conf in build/demo. From
-# a bare Debian 12 on.
+# one worker is killed in the middle; a third, which knows a wrong password, is refused. Leaves frames, contact sheet,
+# logs and the completed farm.conf in build/demo. From a bare Debian 12 on.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -36,10 +36,11 @@ a_quarter_is_done()
     (($(frames_done) * 4 >= frames))
 }
 
+# worker NAME PASSWORD: in the background. A variable, since everyone can read a command line.
 worker()
 {
-    "$wine" "$programs/farm_worker.exe" --config "$out/farm.conf" --port "$port" --name "$1" --log-folder "$out" \
-        </dev/null >"$out/$1.out" 2>&1 9>&- &
+    FARM_PASSWORD=$2 "$wine" "$programs/farm_worker.exe" --config "$out/farm.conf" --port "$port" --name "$1" \
+        --log-folder "$out" </dev/null >"$out/$1.out" 2>&1 9>&- &
 }
 
 scripts/setup.sh || fail "setting up failed"
@@ -59,14 +60,20 @@ frames = $frames
 width = 320
 height = 180
 EOF
+password=$(od -An -N16 -tx1 /dev/urandom | tr -d ' \n')
+printf '%s\n' "$password" | "$wine" "$programs/farm_server.exe" --config "$out/farm.conf" --set-password 9>&- ||
+    fail "no password could be set"
 "$wine" "$programs/farm_server.exe" --config "$out/farm.conf" --output "$out" --port-file "$out/port" \
     --progress live </dev/null 9>&- &
 server=$!
 wait_for test -s "$out/port"
 port=$(tr -d '\r\n' <"$out/port")
-worker ada
+worker eve "not-$password"
+refused=0
+wait $! || refused=$?
+worker ada "$password"
 ada=$!
-worker bob
+worker bob "$password"
 bob=$!
 wait_for a_quarter_is_done
 kill -9 "$bob"
@@ -81,4 +88,7 @@ wait "$ada" || true
 grep -q "^frames = $frames" "$out/farm.conf" || fail "$out/farm.conf has lost its lines"
 grep -q '^threads = ' "$out/farm.conf" || fail "$out/farm.conf was not completed"
 grep -q '^job: ' "$out/ada.out" || fail "worker ada was not told the job"
-echo "worker bob was killed in the middle; all $frames frames are there: $out/contact-sheet.png"
+((refused == 6)) || fail "worker eve, who has a wrong password, ended with code $refused"
+grep -q 'worker eve .* is refused: wrong password' "$out/farm_server.log" || fail "the log does not say that eve was refused"
+! grep -rqFf <(printf '%s\n' "$password") "$out" || fail "the password stands in a file of $out"
+echo "worker bob was killed in the middle, and eve refused; all $frames frames are there: $out/contact-sheet.png"

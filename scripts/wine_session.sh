@@ -27,6 +27,11 @@ stop_wine()
     "$WINESERVER" -k </dev/null >/dev/null 2>&1 9>&- || true
 }
 
+start_server()
+{
+    "$WINESERVER" -p </dev/null >/dev/null 2>&1 9>&- || wine_fail "the server does not start"
+}
+
 start_wine()
 {
     local folder fresh= prefix=${1:-build/wine}
@@ -52,13 +57,16 @@ start_wine()
         fresh=true
     fi
     mkdir -p "$WINEPREFIX"
-    "$WINESERVER" -p </dev/null >/dev/null 2>&1 9>&- || wine_fail "the server does not start" || return
+    start_server || return
     if [[ $fresh ]]; then
         quiet_wine wineboot -i || wine_fail "the prefix cannot be made" || return
         # Dot names are hidden otherwise; and a crash ends the program at once.
         set_wine_value 'HKCU\Software\Wine' ShowDotFiles REG_SZ Y || return
         set_wine_value 'HKCU\Software\Wine\WineDbg' ShowCrashDialog REG_DWORD 0 || return
         touch "$WINEPREFIX/prepared"
+        # Making a prefix leaves two service managers that take turns in answering; a server started anew has one.
+        stop_wine
+        start_server || return
     fi
     quiet_wine cmd /c exit || wine_fail "no Windows program starts"
 }

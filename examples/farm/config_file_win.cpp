@@ -3,11 +3,13 @@
 #include "config_file_win.h"
 
 #include "config_text.h"
+#include "secret.h"
 
 #include <KFramework/core.h>
 #include <KFramework/filesystem.h>
 #include <KFramework/string.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <string_view>
 
@@ -113,15 +115,27 @@ std::string config_file::add_missing(const setting_list& settings)
     std::string wrong = ours.mine() ? read() : "is in use by another program";
     if (wrong.empty())
         if (const CKConfigManager additions = settings.missing_in(entries_); !additions.entries.empty())
-        {
-            const std::string made = path_ + ".new";
-            wrong = write(additions, made);
-            if (wrong.empty() && !replace(path_, made))
-                wrong = "cannot be written";
-            if (!wrong.empty())
-                KFileSystem::RemoveFile(made);
-        }
+            wrong = merge(additions);
     return wrong.empty() ? "" : path_ + " " + wrong;
+}
+
+std::string config_file::set(const char* section, const char* key, const std::string& value)
+{
+    CKConfigManager change;
+    SetConfigValue(&change, section, key, value.c_str());
+    const turn ours;
+    std::string wrong = ours.mine() ? read() : "is in use by another program";
+    if (wrong.empty())
+        wrong = merge(change);
+    return wrong.empty() ? "" : path_ + " " + wrong;
+}
+
+void config_file::forget()
+{
+    wipe(text_);
+    for (auto& [name, value] : entries_.entries)
+        wipe(value);
+    entries_.entries.clear();
 }
 
 std::string config_file::read()
@@ -141,19 +155,36 @@ std::string config_file::read()
 }
 
 // Into a file of its own, which takes the place of the user's when all is well: a save begins by emptying its file.
-std::string config_file::write(const CKConfigManager& additions, const std::string& made) const
+std::string config_file::merge(const CKConfigManager& changes) const
+{
+    const std::string made = path_ + ".new";
+    std::string wrong = write(changes, made);
+    if (wrong.empty() && !replace(path_, made))
+        wrong = "cannot be written";
+    if (!wrong.empty())
+        KFileSystem::RemoveFile(made);
+    return wrong;
+}
+
+std::string config_file::write(const CKConfigManager& changes, const std::string& made) const
 {
     const std::string ready = ready_for_additions(text_);
-    if (!keeps_all_lines(ready, additions))
+    if (!has_any_of(changes) && !keeps_all_lines(ready, changes))
         return "lacks settings that cannot be added without changing a line of it";
     if (!KStringHelper::SaveFileFromString(ready, made))
         return "cannot be written";
 
-    CKConfigManager saved = additions; // and nothing else: what the user wrote stays as it is
+    CKConfigManager saved = changes; // and nothing else: what the user wrote stays as it is
     CKConfigManager result;
     if (!SaveConfigFile(&saved, made.c_str()) || !is_whole(made) || !LoadConfigFile(&result, made.c_str()))
         return "cannot be written";
     saved.entries.insert(entries_.entries.begin(), entries_.entries.end());
     return result.entries == saved.entries ? "" : "would change when it is completed";
+}
+
+bool config_file::has_any_of(const CKConfigManager& changes) const
+{
+    return std::any_of(changes.entries.begin(), changes.entries.end(),
+                       [this](const auto& entry) { return entries_.entries.count(entry.first) != 0; });
 }
 } // namespace farm

@@ -30,9 +30,19 @@ public:
     /// @return  empty, or why it could not be done, with the file's name.
     std::string add_missing(const setting_list& settings);
 
+    /// Writes one setting, in the place of an earlier one; makes the file if need be. Only with the library initialised.
+    ///
+    /// @return  empty, or why it could not be done, with the file's name; the value is not part of it.
+    std::string set(const char* section, const char* key, const std::string& value);
+
+    /// Wipes what was read, which may hold a password.
+    void forget();
+
 private:
     std::string read();
-    std::string write(const KFramework::CKConfigManager& additions, const std::string& made) const;
+    std::string merge(const KFramework::CKConfigManager& changes) const;
+    std::string write(const KFramework::CKConfigManager& changes, const std::string& made) const;
+    bool has_any_of(const KFramework::CKConfigManager& changes) const;
 
     std::string path_;
     std::string text_; // as it was read

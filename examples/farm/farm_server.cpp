@@ -2,9 +2,12 @@
 
 #include "server_win.h"
 
+#include "display_win.h"
 #include "door_win.h"
 #include "host_win.h"
 #include "job_folder_win.h"
+#include "password.h"
+#include "set_password_win.h"
 
 #include <KFramework/core.h>
 #include <KFramework/filesystem.h>
@@ -21,53 +24,30 @@ namespace
 {
 constexpr const char* kProgram = "farm_server";
 
-/// The line that is redrawn while the job runs, or a line per change where the output is no console.
-class display
-{
-public:
-    explicit display(bool live) : live_(live) {}
-
-    void show(const farm::progress& now)
-    {
-        const int ended = now.done + now.abandoned;
-        if (!live_ && ended == last_ended_ && now.workers == last_workers_)
-            return;
-        last_ended_ = ended;
-        last_workers_ = now.workers;
-        std::printf(live_ ? "\r%-78s" : "%s\n", farm::progress_line(now).c_str());
-        std::fflush(stdout);
-    }
-
-    void end() const
-    {
-        if (live_)
-            std::printf("\n");
-    }
-
-private:
-    bool live_;
-    int last_ended_ = -1;
-    int last_workers_ = -1;
-};
-
 /// False when no worker was there for too long.
 bool run_job(farm::server& host, const farm::server_settings& settings, bool live)
 {
     farm::clock_ticker clock;
-    display console(live);
+    farm::display console(live);
+    const auto show = [&]
+    {
+        for (const std::string& notice : host.take_notices())
+            console.say(std::string(kProgram) + ": " + notice);
+        const farm::progress now = host.standing();
+        console.show(now, host.present_workers());
+        return now.workers > 0;
+    };
     const unsigned long long patience_ms = 1000ULL * static_cast<unsigned int>(settings.patience_seconds);
     unsigned long long last_company = ::GetTickCount64();
     while (!host.complete() && ::GetTickCount64() - last_company < patience_ms)
     {
-        const farm::progress now = host.standing();
-        console.show(now);
-        if (now.workers > 0)
+        if (show())
             last_company = ::GetTickCount64();
         if (clock.tick())
             host.check_workers();
         MicroSleep(50);
     }
-    console.show(host.standing());
+    show();
     console.end();
     return host.complete();
 }
@@ -142,6 +122,18 @@ std::string wrong_name(const farm::server_settings& settings)
     return wrong_mask(settings.mask);
 }
 
+/// Why this server cannot start, or nothing.
+std::string wrong_settings(const farm::server_settings& settings, const std::string& path)
+{
+    if (settings.folder.empty())
+        return "--output is required";
+    std::string wrong = wrong_name(settings);
+    if (wrong.empty() && settings.key.empty())
+        wrong = path +
+                " has no key in section [server]: set the workers' password with farm_server --set-password";
+    return wrong;
+}
+
 farm::setting_list shared_settings(farm::server_settings& to, int& port)
 {
     farm::setting_list list("job");
@@ -156,6 +148,9 @@ farm::setting_list shared_settings(farm::server_settings& to, int& port)
     list.number("port", "port on 127.0.0.1; 0: the system chooses", port, 0, 65535);
     list.number("silence", "seconds after which a silent worker is lost", to.silence_seconds, 3, 86'400);
     list.number("patience", "seconds to wait when there is no worker at all", to.patience_seconds, 1, 86'400);
+    farm::setting& key = list.text("key", "of the workers' password", to.key, farm::wrong_key);
+    key.has_default = false;
+    key.has_option = false;
     list.number("threads", "completion-port threads", to.threads, 1, 64);
     return list;
 }
@@ -167,18 +162,28 @@ int wmain(int argc, wchar_t** argv)
     int port = 0;
     std::string port_file;
     std::string progress = "auto";
+    bool new_password = false;
 
     CLI::App app("Hands the frames of an animation to workers.", kProgram);
-    app.add_option("--output", settings.folder, "folder for frames, contact sheet and log")->required();
+    app.footer("Workers need a password: --set-password comes first.");
+    app.add_option("--output", settings.folder, "folder for frames, contact sheet and log; required");
+    app.add_flag("--set-password", new_password,
+                 "reads the workers' password from standard input, puts its key into the file, and ends");
     app.add_option("--port-file", port_file, "the port is written to this file");
     app.add_option("--progress", progress, "live, plain or auto")
         ->check(CLI::IsMember({"live", "plain", "auto"}));
     farm::setting_list shared = shared_settings(settings, port);
     farm::config_file file;
-    if (const int code = farm::read_settings(app, argc, argv, shared, file); code >= 0)
+    std::string path;
+    if (const int code = farm::parse_settings(app, argc, argv, shared, path); code >= 0)
         return code;
-    settings.folder = farm::full_path(settings.folder); // workers run elsewhere
-    if (const std::string wrong = wrong_name(settings); !wrong.empty())
+    if (new_password)
+        return farm::set_password(kProgram, path);
+    if (const int code = farm::load_settings(kProgram, path, shared, file); code >= 0)
+        return code;
+    if (!settings.folder.empty())
+        settings.folder = farm::full_path(settings.folder); // workers run elsewhere
+    if (const std::string wrong = wrong_settings(settings, path); !wrong.empty())
     {
         farm::complain(kProgram, wrong);
         return farm::kBadUsage;

@@ -94,24 +94,30 @@ CLI::Option* add_option(CLI::App& app, setting& one)
 }
 } // namespace
 
-int read_settings(CLI::App& app, int argc, wchar_t** argv, setting_list& settings, config_file& file)
+int parse_settings(CLI::App& app, int argc, wchar_t** argv, setting_list& settings, std::string& path)
 {
-    std::string path = config_file::usual_path();
+    path = config_file::usual_path();
     app.add_option("--config", path, "file with the settings that no option gives");
-    std::vector<CLI::Option*> options;
+    std::vector<std::pair<setting*, CLI::Option*>> options;
     for (setting& one : settings.all())
-        options.push_back(add_option(app, one));
+        if (one.has_option)
+            options.emplace_back(&one, add_option(app, one));
     if (const int code = parse_command_line(app, argc, argv); code >= 0)
         return code;
-    for (std::size_t i = 0; i < options.size(); ++i)
-        settings.all()[i].given = options[i]->count() > 0;
+    for (const auto& [one, option] : options)
+        one->given = option->count() > 0;
+    path = full_path(path);
+    return -1;
+}
 
-    std::string wrong = file.load(full_path(path));
+int load_settings(const char* program, const std::string& path, setting_list& settings, config_file& file)
+{
+    std::string wrong = file.load(path);
     if (wrong.empty())
         wrong = file.apply_to(settings);
     if (wrong.empty())
         return -1;
-    complain(app.get_name().c_str(), wrong);
+    complain(program, wrong);
     return kBadUsage;
 }
 

@@ -23,6 +23,7 @@ enum exit_code : int
     kCannotStart = 3,    ///< a folder, a port or the server cannot be reached
     kNoRenderer = 4,     ///< the renderer does not exist
     kServerVanished = 5, ///< the server went away before its farewell
+    kRefused = 6,        ///< the server did not let the worker in
 };
 
 /// The library and Winsock, from construction to destruction.
@@ -60,10 +61,13 @@ bool make_folder(const std::string& folder);
 /// printed the help or one line about what is wrong.
 int parse_command_line(CLI::App& app, int argc, wchar_t** argv);
 
-/// Adds an option for every setting and one, --config, for the file; parses the command line and takes over what the
-/// file says. An option wins over the file, the file over the default. Gives -1 to go on, or the exit code after
-/// having printed the help or one line about what is wrong.
-int read_settings(CLI::App& app, int argc, wchar_t** argv, setting_list& settings, config_file& file);
+/// Adds an option for every setting that may have one, and one, --config, for the file, and parses the command line.
+/// Gives -1 to go on, or the exit code after having printed the help or one line about what is wrong.
+int parse_settings(CLI::App& app, int argc, wchar_t** argv, setting_list& settings, std::string& path);
+
+/// Takes over what the file says. An option wins over the file, the file over the default. Gives -1 to go on, or the
+/// exit code after having printed one line about what is wrong.
+int load_settings(const char* program, const std::string& path, setting_list& settings, config_file& file);
 
 /// Completes the file; a warning when that is impossible, and the program goes on.
 void write_missing_settings(const char* program, const setting_list& settings, config_file& file);

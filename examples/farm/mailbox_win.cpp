@@ -8,6 +8,11 @@ namespace farm
 {
 using namespace KFramework;
 
+namespace
+{
+constexpr std::size_t kLongestRefusal = 200;
+} // namespace
+
 bool mailbox::on_message(connection& from, command what, const std::string& text, unsigned int ticket)
 {
     const std::lock_guard lock(guard_);
@@ -16,6 +21,8 @@ bool mailbox::on_message(connection& from, command what, const std::string& text
     {
     case command::job:
         return take_job(text);
+    case command::refused:
+        return take_refusal(text);
     case command::order:
         return take_order(text, ticket);
     case command::farewell:
@@ -29,13 +36,22 @@ bool mailbox::on_message(connection& from, command what, const std::string& text
 // A server describes its job once.
 bool mailbox::take_job(const std::string& bundle)
 {
-    if (job_)
+    if (job_ || !refusal_.empty())
         return false;
     job_ = parse_bundle(bundle);
     if (!job_)
         return false;
     std::printf("job: %s\n", printable(job_line(*job_), kLongestOutputLine).c_str());
     std::fflush(stdout);
+    return true;
+}
+
+// It comes in the place of the job.
+bool mailbox::take_refusal(const std::string& why)
+{
+    if (job_ || !refusal_.empty())
+        return false;
+    refusal_ = why.empty() ? "no reason given" : printable(why, kLongestRefusal);
     return true;
 }
 
@@ -63,6 +79,18 @@ std::optional<received_order> mailbox::next_order()
     const received_order next = orders_.front();
     orders_.pop_front();
     return next;
+}
+
+bool mailbox::admitted()
+{
+    const std::lock_guard lock(guard_);
+    return job_.has_value();
+}
+
+std::string mailbox::refusal()
+{
+    const std::lock_guard lock(guard_);
+    return refusal_;
 }
 
 bool mailbox::farewell()

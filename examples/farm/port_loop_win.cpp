@@ -13,6 +13,17 @@ namespace
 {
 constexpr ULONG_PTR kStopKey = 0; // no stream lies at address 0
 constexpr double kCrowdedPercent = 50;
+
+/// The text of a message, which is freed. A hello holds a password: nothing is left of either.
+secret taken(char* content)
+{
+    if (content == nullptr)
+        return {};
+    secret text{std::string(content)};
+    ::SecureZeroMemory(content, text.text().size());
+    CKSocketStream::DestroyMessageContent(content);
+    return text;
+}
 } // namespace
 
 bool connection::crowded()
@@ -154,9 +165,8 @@ bool port_loop::deliver_messages(connection& stream)
         char* content = nullptr;
         if (!stream.GetNextMessage(code, &content, &parameter, true))
             continue;
-        const std::string text = content != nullptr ? content : "";
-        CKSocketStream::DestroyMessageContent(content);
-        if (!handler_.on_message(stream, static_cast<command>(code), text, parameter))
+        const secret text = taken(content);
+        if (!handler_.on_message(stream, static_cast<command>(code), text.text(), parameter))
             return false;
     }
     return true;

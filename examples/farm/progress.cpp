@@ -37,14 +37,23 @@ std::string progress_line(const progress& now)
                      rate, now.workers, now.workers == 1 ? "" : "s", left.c_str());
 }
 
+std::string worker_table(const std::vector<worker_record>& workers)
+{
+    int width = 6;
+    for (const worker_record& worker : workers)
+        width = std::max(width, static_cast<int>(worker.name.size()));
+    std::string table = formatted("%-*s  done  failed  lost  processor           memory\n", width, "worker");
+    for (const worker_record& worker : workers)
+        table += formatted("%-*s  %4d  %6d  %4d  %9s  %15s%s\n", width, worker.name.c_str(), worker.done,
+                           worker.failed, worker.lost, processor_cell(worker.last_load).c_str(),
+                           memory_cell(worker.last_load).c_str(), worker.left_early ? "  (left early)" : "");
+    return table;
+}
+
 std::string summary_table(const std::vector<worker_record>& workers, const progress& end, int retries)
 {
-    std::string table = "worker                                    done  failed  lost\n";
-    for (const worker_record& worker : workers)
-        table += formatted("%-40s  %4d  %6d  %4d%s\n", worker.name.c_str(), worker.done, worker.failed,
-                           worker.lost, worker.left_early ? "  (left early)" : "");
-    table += formatted("%d of %d frames in %s, %d tried again, %d abandoned\n", end.done, end.frames,
-                       minutes(end.seconds).c_str(), retries, end.abandoned);
-    return table;
+    return worker_table(workers) + formatted("%d of %d frames in %s, %d tried again, %d abandoned\n",
+                                             end.done, end.frames, minutes(end.seconds).c_str(), retries,
+                                             end.abandoned);
 }
 } // namespace farm

@@ -1,6 +1,9 @@
 #pragma once
 /// What the server shows on its console. Portable: numbers in, text out.
 
+#include "load.h"
+
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,8 +31,12 @@ struct worker_record
     int failed = 0; ///< reported failures
     int lost = 0;   ///< frames taken away because the worker went away or fell silent
     bool left_early = false;
+    std::optional<load> last_load = {}; ///< as it said last; none before it has said anything proper
 };
 
-/// The table printed at the end.
+/// A header and a line for each worker.
+std::string worker_table(const std::vector<worker_record>& workers);
+
+/// The table printed at the end: the workers, and a line about the whole.
 std::string summary_table(const std::vector<worker_record>& workers, const progress& end, int retries);
 } // namespace farm

@@ -2,6 +2,7 @@
 
 #include "job.h"
 #include "numbers.h"
+#include "password.h"
 
 #include <algorithm>
 #include <map>
@@ -43,7 +44,12 @@ bool fit_for_a_name(std::string_view name)
 
 std::string to_text(const hello& value)
 {
-    return "name=" + value.name + "\n";
+    std::string text;
+    text.reserve(kLongestName + kLongestPassword + 20); // grows nowhere else
+    text.append("name=").append(value.name).append("\n");
+    if (!value.password.empty())
+        text.append("password=").append(value.password.text()).append("\n");
+    return text;
 }
 
 std::string to_text(const order& value)
@@ -54,9 +60,17 @@ std::string to_text(const order& value)
 std::optional<hello> parse_hello(std::string_view text)
 {
     const auto fields = parse_fields(text);
-    if (!fields || fields->size() != 1 || !fields->contains("name") || !fit_for_a_name(fields->at("name")))
+    if (!fields || !fields->contains("name") || !fit_for_a_name(fields->at("name")))
         return std::nullopt;
-    return hello{std::string(fields->at("name"))};
+    hello value{std::string(fields->at("name"))};
+    if (fields->size() == 1)
+        return value;
+    if (fields->size() != 2 || !fields->contains("password"))
+        return std::nullopt;
+    value.password = secret(std::string(fields->at("password")));
+    if (!value.password.empty() && !wrong_password(value.password.text()).empty())
+        return std::nullopt;
+    return value;
 }
 
 std::optional<order> parse_order(std::string_view text)

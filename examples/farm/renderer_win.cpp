@@ -45,7 +45,7 @@ std::string arguments_for(const job& whole, const order& work)
 }
 } // namespace
 
-renderer::renderer(const std::string& program, const job& whole, const order& work)
+renderer::renderer(const std::string& program, const job& whole, const order& work, const scheduling& how)
     : pipes_(KProcesses::CreatePipes(true)), process_(nullptr)
 {
     if (pipes_ == nullptr)
@@ -65,6 +65,7 @@ renderer::renderer(const std::string& program, const job& whole, const order& wo
         error_ = "error " + std::to_string(code);
         return;
     }
+    schedule(how);
     KProcesses::ClosePipeHandle(pipes_->stdinWrite); // nothing to say to it
     pipes_->stdinWrite = nullptr;
     reader_ = KProcesses::CreatePipeReader(pipes_->stdoutRead, 0);
@@ -75,7 +76,7 @@ renderer::~renderer()
     if (process_ != nullptr)
     {
         if (!exit_code())
-            KProcesses::TerminateProcess(process_, false);
+            end_tree();
         KProcesses::CloseProcess(process_);
     }
     if (reader_ != nullptr)
@@ -85,6 +86,22 @@ renderer::~renderer()
     }
     if (pipes_ != nullptr)
         KProcesses::DeletePipes(pipes_, true);
+}
+
+void renderer::schedule(const scheduling& how)
+{
+    KProcesses::SetProcessPriority(id(), how.priority);
+    if (how.processors != 0)
+        KProcesses::SetProcessAffinityMask(how.processors, id()); // what it starts inherits them
+}
+
+void renderer::end_tree()
+{
+    KProcesses::KProcessTreeNode* tree = nullptr;
+    if (KProcesses::CreateProcTreeSnapshot(id(), &tree)) // the id is its own while we hold its handle
+        KProcesses::TerminateProcTree(tree, false);
+    KProcesses::DestroyProcTree(tree);
+    KProcesses::TerminateProcess(process_, false); // when there was no tree
 }
 
 std::optional<unsigned long> renderer::exit_code()

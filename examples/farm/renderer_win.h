@@ -5,6 +5,7 @@
 
 #include "job.h"
 #include "protocol.h"
+#include "scheduling.h"
 
 #include <optional>
 #include <string>
@@ -16,14 +17,17 @@ class renderer
 {
 public:
     /// Starts `program` for one frame of a job; `started()` tells whether it runs.
-    renderer(const std::string& program, const job& whole, const order& work);
+    renderer(const std::string& program, const job& whole, const order& work, const scheduling& how);
 
-    /// Ends the program if it still runs, and closes everything.
+    /// Ends the program if it still runs, with everything it has started, and closes everything.
     ~renderer();
     renderer(const renderer&) = delete;
     renderer& operator=(const renderer&) = delete;
 
     bool started() const { return process_ != nullptr; }
+
+    /// Its process id; only once started.
+    unsigned long id() const { return process_->processId; }
 
     /// Why the program could not be started.
     const std::string& error() const { return error_; }
@@ -35,6 +39,9 @@ public:
     std::vector<std::string> new_lines(bool ended);
 
 private:
+    void schedule(const scheduling& how);
+    void end_tree();
+
     KFramework::KProcesses::KPipesHandles* pipes_;
     KFramework::KProcesses::KProcess* process_;
     KFramework::KProcesses::KPipeReader* reader_ = nullptr;

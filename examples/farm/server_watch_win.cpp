@@ -6,6 +6,7 @@
 #include <KFramework/logger.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace farm
 {
@@ -17,19 +18,13 @@ void server::check_workers()
     const long long now = GetServerTime();
     for (auto& [id, candidate] : peers_)
     {
-        if (!candidate.stream->CheckHeartBeat(settings_.silence_seconds, now))
+        if (const char* const wrong = overdue(candidate, now))
         {
-            AddLogEntry(GetDefaultLogger(), kSevere, kModule, "connection %d has been silent for too long",
-                        id);
+            const std::string who =
+                candidate.name.empty() ? "connection " + std::to_string(id) : candidate.name;
+            AddLogEntry(GetDefaultLogger(), kSevere, kModule, "%s %s", who.c_str(), wrong);
             candidate.idle = false;       // no order for it until then
             candidate.stream->Shutdown(); // its close record brings on_closed
-        }
-        else if (candidate.greeted && !candidate.idle && now > candidate.due)
-        {
-            // A heartbeat proves a connection, not progress.
-            AddLogEntry(GetDefaultLogger(), kSevere, kModule, "%s neither answers nor asks for work",
-                        records_[candidate.record].name.c_str());
-            candidate.stream->Shutdown();
         }
         else if (now - candidate.last_heartbeat_sent >= kHeartbeatSeconds)
         {
@@ -39,12 +34,31 @@ void server::check_workers()
     }
 }
 
+const char* server::overdue(peer& candidate, long long now) const
+{
+    const bool late = now > candidate.due;
+    switch (candidate.state)
+    {
+    case admission::stranger:
+        return late ? "has not said hello" : nullptr;
+    case admission::checked:
+        return nullptr; // it waits for us
+    case admission::refused:
+        return late ? "does not leave" : nullptr;
+    default:
+        if (!candidate.stream->CheckHeartBeat(settings_.silence_seconds, now))
+            return "has been silent for too long";
+        // A heartbeat proves a connection, not progress.
+        return late && !candidate.idle ? "neither answers nor asks for work" : nullptr;
+    }
+}
+
 void server::dismiss()
 {
     const std::lock_guard lock(guard_);
     for (auto& [id, candidate] : peers_)
     {
-        if (candidate.greeted)
+        if (candidate.is_worker() || candidate.state == admission::checked)
             candidate.stream->send(command::farewell, "", 0);
         else
             candidate.stream->Shutdown();
@@ -77,6 +91,22 @@ progress server::standing()
     return {board_.frame_count(), board_.done(), board_.abandoned(), worker_count(), seconds};
 }
 
+std::vector<worker_record> server::present_workers()
+{
+    const std::lock_guard lock(guard_);
+    std::vector<worker_record> present;
+    for (const auto& [id, candidate] : peers_)
+        if (candidate.is_worker())
+            present.push_back(records_[candidate.record]);
+    return present;
+}
+
+std::vector<std::string> server::take_notices()
+{
+    const std::lock_guard lock(guard_);
+    return std::exchange(notices_, {});
+}
+
 std::string server::summary()
 {
     const progress end = standing();
@@ -92,7 +122,7 @@ std::string server::summary()
 
 int server::worker_count() const
 {
-    return static_cast<int>(
-        std::count_if(peers_.begin(), peers_.end(), [](const auto& entry) { return entry.second.greeted; }));
+    return static_cast<int>(std::count_if(peers_.begin(), peers_.end(),
+                                          [](const auto& entry) { return entry.second.is_worker(); }));
 }
 } // namespace farm

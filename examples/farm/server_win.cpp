@@ -16,20 +16,9 @@ constexpr std::size_t kLongestReason = 200;
 } // namespace
 
 server::server(const server_settings& settings)
-    : settings_(settings), board_(settings.first_frame, settings.frame_count, settings.tries)
+    : settings_(settings), board_(settings.first_frame, settings.frame_count, settings.tries),
+      gate_(settings.key, [this](int id, bool right) { on_checked(id, right); })
 {
-}
-
-void server::on_opened(connection& accepted)
-{
-    const std::lock_guard lock(guard_);
-    peer added;
-    added.stream = &accepted;
-    // A host text may hold a "%" (a zone): it goes in as an argument, never as a format.
-    added.host = std::string(accepted.GetSocketHost()) + ":" + std::to_string(accepted.GetSocketPort());
-    AddLogEntry(GetDefaultLogger(), kInfo, kModule, "connection %d from %s", accepted.id(),
-                added.host.c_str());
-    peers_.emplace(accepted.id(), std::move(added));
 }
 
 bool server::on_message(connection& from, command what, const std::string& text, unsigned int parameter)
@@ -42,58 +31,46 @@ bool server::on_message(connection& from, command what, const std::string& text,
     if (entry == peers_.end())
         return false;
     peer& sender = entry->second;
-    if (what == command::hello && !sender.greeted)
-        return greet(sender, text);
-    if (sender.greeted)
-    {
-        switch (what)
-        {
-        case command::ready:
-            if (sender.ticket != 0)
-                break; // it owes us an answer
-            sender.idle = true;
-            hand_out();
-            return true;
-        case command::output:
-            AddLogEntry(GetDefaultLogger(), kInfo, records_[sender.record].name.c_str(), "%s",
-                        printable(text, kLongestOutputLine).c_str());
-            return true;
-        case command::done:
-            take_result(sender, parameter,
-                        drawn ? std::nullopt : std::optional<std::string>("its file is missing or damaged"));
-            return true;
-        case command::failed:
-            take_result(sender, parameter, printable(text, kLongestReason));
-            return true;
-        case command::heartbeat:
-            return true;
-        default:
-            break;
-        }
-    }
-    AddLogEntry(GetDefaultLogger(), kSevere, kModule,
-                "connection %d does not speak our language (command %u)", from.id(),
-                static_cast<unsigned int>(what));
-    return false;
+    bool understood = false;
+    if (sender.is_worker())
+        understood = work_with(sender, what, text, parameter, drawn);
+    else if (sender.state == admission::stranger && what == command::hello)
+        understood = receive_hello(sender, text);
+    if (!understood)
+        AddLogEntry(GetDefaultLogger(), kSevere, kModule,
+                    "connection %d does not speak our language (command %u)", from.id(),
+                    static_cast<unsigned int>(what));
+    return understood;
 }
 
-bool server::greet(peer& from, const std::string& text)
+bool server::work_with(peer& from, command what, const std::string& text, unsigned int parameter, bool drawn)
 {
-    const auto introduction = parse_hello(text);
-    if (!introduction)
+    worker_record& record = records_[from.record];
+    switch (what)
     {
-        AddLogEntry(GetDefaultLogger(), kSevere, kModule, "connection %d gives no proper name",
-                    from.stream->id());
+    case command::ready:
+        if (from.ticket != 0)
+            return false; // it owes us an answer
+        from.idle = true;
+        hand_out();
+        return true;
+    case command::output:
+        AddLogEntry(GetDefaultLogger(), kInfo, record.name.c_str(), "%s",
+                    printable(text, kLongestOutputLine).c_str());
+        return true;
+    case command::done:
+        take_result(from, parameter,
+                    drawn ? std::nullopt : std::optional<std::string>("its file is missing or damaged"));
+        return true;
+    case command::failed:
+        take_result(from, parameter, printable(text, kLongestReason));
+        return true;
+    case command::heartbeat:
+        record.last_load = parse_load(text);
+        return true;
+    default:
         return false;
     }
-    from.greeted = true;
-    from.due = GetServerTime() + settings_.silence_seconds;
-    from.record = records_.size();
-    records_.push_back({introduction->name, 0, 0, 0, false});
-    AddLogEntry(GetDefaultLogger(), kInfo, kModule, "connection %d is worker %s", from.stream->id(),
-                introduction->name.c_str());
-    from.stream->send(command::job, to_bundle(settings_), 0);
-    return true;
 }
 
 // Whether the file of a worker's order is a whole picture of the right size. Reading it takes time, so
@@ -175,7 +152,9 @@ void server::on_closed(connection& ended)
     peers_.erase(entry);
     AddLogEntry(GetDefaultLogger(), kInfo, kModule, "connection %d (%s) has ended", ended.id(),
                 lost.host.c_str());
-    if (!lost.greeted)
+    if (lost.state == admission::checked)
+        gate_.withdraw(ended.id());
+    if (!lost.is_worker())
         return;
     records_[lost.record].left_early = !board_.complete();
     note_loss(lost, board_.lose(ended.id()));

@@ -3,6 +3,7 @@
 
 #include "port_loop_win.h"
 
+#include "gate_win.h"
 #include "job.h"
 #include "job_board.h"
 #include "progress.h"
@@ -29,6 +30,7 @@ struct server_settings : job
     int silence_seconds = 10;  ///< without a word, or this long past its time, a worker counts as lost
     int patience_seconds = 60; ///< without any worker the job is given up
     int threads = 2;           ///< port threads
+    std::string key;           ///< of the workers' password
     std::string folder;        ///< frames, contact sheet and log
 };
 
@@ -49,6 +51,10 @@ public:
     bool complete();
     bool empty(); ///< no connection is left
     progress standing();
+    /// The workers that are there, in the order they came.
+    std::vector<worker_record> present_workers();
+    /// What the console should say of workers that were refused since the last call.
+    std::vector<std::string> take_notices();
     /// The workers' parts in the job, and which frames became what.
     std::string summary();
 
@@ -60,19 +66,35 @@ public:
     void on_closed(connection& ended) override;
 
 private:
+    enum class admission
+    {
+        stranger, // has said nothing yet
+        checked,  // has said hello; its password is being checked
+        refused,  // has been told so
+        worker,
+    };
+
     struct peer
     {
         connection* stream = nullptr;
-        std::string host;       // as logged
-        std::size_t record = 0; // its line in the table; meaningful once greeted
-        bool greeted = false;
+        std::string host; // as logged
+        std::string name; // once it has said hello
+        admission state = admission::stranger;
+        std::size_t record = 0;  // of a worker: its line in the table
         bool idle = false;       // waits for an order
         unsigned int ticket = 0; // of the order it works on; 0: none
-        long long due = 0;       // server time by which a worker that is not idle has to move on
+        long long due = 0;       // server time by which it has to move on, unless it is idle or being checked
         long long last_heartbeat_sent = 0;
+
+        bool is_worker() const { return state == admission::worker; }
     };
 
-    bool greet(peer& from, const std::string& text);
+    bool work_with(peer& from, command what, const std::string& text, unsigned int parameter, bool drawn);
+    bool receive_hello(peer& from, const std::string& text);
+    void on_checked(int id, bool right);
+    void greet(peer& from);
+    void refuse(peer& from, const std::string& why);
+    const char* overdue(peer& candidate, long long now) const;
     bool has_drawn(int worker, unsigned int ticket);
     void take_result(peer& from, unsigned int ticket, std::optional<std::string> failure);
     void hand_out();
@@ -87,6 +109,8 @@ private:
     job_board board_;                    // guarded by guard_
     std::map<int, peer> peers_;          // by connection id; guarded by guard_
     std::vector<worker_record> records_; // guarded by guard_
+    std::vector<std::string> notices_;   // guarded by guard_
     unsigned long long started_ = 0;     // ticks at the first order; guarded by guard_
+    gate gate_;                          // last: its thread uses the rest
 };
 } // namespace farm

@@ -1,6 +1,7 @@
 #include "settings.h"
 
 #include "numbers.h"
+#include "secret.h"
 
 #include <KFramework/string.h>
 
@@ -15,13 +16,13 @@ bool has(const CKConfigManager& file, const setting& one)
     return file.entries.count(one.section + "#" + one.key) != 0;
 }
 
-/// The file's value without the blanks around it.
-std::string value_in(CKConfigManager& file, const setting& one)
+/// The file's value without the blanks around it. Any may be secret.
+secret value_in(CKConfigManager& file, const setting& one)
 {
     std::string value = GetConfigValue(&file, one.section.c_str(), one.key.c_str(), std::string());
     KStringHelper::TrimLeft(value, false);
     KStringHelper::TrimRight(value, false);
-    return value;
+    return secret(std::move(value));
 }
 
 std::string wrong_value(const setting& one, const std::string& value)
@@ -62,17 +63,17 @@ std::string setting_list::apply(CKConfigManager& file)
 {
     for (const setting& one : settings_)
         if (has(file, one))
-            if (std::string wrong = wrong_value(one, value_in(file, one)); !wrong.empty())
+            if (std::string wrong = wrong_value(one, value_in(file, one).text()); !wrong.empty())
                 return wrong;
     for (const setting& one : settings_)
     {
         if (one.given || !has(file, one))
             continue;
-        const std::string value = value_in(file, one);
+        const secret value = value_in(file, one);
         if (one.number != nullptr)
-            *one.number = *number_between(value, one.lowest, one.highest);
+            *one.number = *number_between(value.text(), one.lowest, one.highest);
         else
-            *one.text = value;
+            *one.text = value.text();
     }
     return "";
 }

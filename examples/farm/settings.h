@@ -30,6 +30,7 @@ struct setting
     int highest = 0;             ///< of a number
     text_check check = {};       ///< of a text; may be none
     bool has_default = true;     ///< false: never written into the file unasked
+    bool has_option = true;      ///< false: only in the file; what is secret never stands on a command line
     std::string default_text = {};
     bool given = false; ///< by an option, which wins over the file
 };

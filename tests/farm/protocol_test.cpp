@@ -55,6 +55,27 @@ TEST(ParseHello, TakesPlainNamesOnly)
     EXPECT_FALSE(farm::parse_hello(""));
 }
 
+TEST(ParseHello, TakesAPasswordOrNone)
+{
+    const farm::hello said{"ada", farm::secret("p=a ss\xC3\xA9")};
+    EXPECT_EQ(to_text(said), "name=ada\npassword=p=a ss\xC3\xA9\n");
+    EXPECT_EQ(farm::parse_hello(to_text(said))->password.text(), said.password.text());
+    EXPECT_TRUE(farm::parse_hello("name=ada\n")->password.empty());
+    EXPECT_TRUE(farm::parse_hello("name=ada\npassword=\n")->password.empty());
+    EXPECT_EQ(to_text(farm::hello{"ada"}), "name=ada\n");
+}
+
+TEST(ParseHello, RefusesWhatIsNoPassword)
+{
+    EXPECT_TRUE(farm::parse_hello("name=a\npassword=" + std::string(200, 'x') + "\n"));
+    EXPECT_FALSE(farm::parse_hello("name=a\npassword=" + std::string(201, 'x') + "\n"));
+    EXPECT_FALSE(farm::parse_hello("name=a\npassword=a\tb\n"));
+    EXPECT_FALSE(farm::parse_hello("name=a\npassword=x\npassword=y\n"));
+    EXPECT_FALSE(farm::parse_hello("name=a\npassword=x\nmore=y\n"));
+    EXPECT_FALSE(farm::parse_hello("name=a\nPassword=x\n"));
+    EXPECT_FALSE(farm::parse_hello("password=x\n"));
+}
+
 TEST(Printable, TurnsControlCharactersIntoBlanksAndCuts)
 {
     EXPECT_EQ(farm::printable("a\r\nb\tc\x7f", 100), "a  b c ");

@@ -119,3 +119,17 @@ TEST_F(FarmWorkerConversation, EndsWithAServerThatOrdersAFrameOutsideItsJob)
 {
     EXPECT_EQ(tell({{farm::command::job, bundle}, {farm::command::order, order}}), 5U);
 }
+
+TEST_F(FarmWorkerConversation, EndsAtARefusalAndSaysWhy)
+{
+    EXPECT_EQ(tell({{farm::command::refused, "ask\x1B[2J\nlater"}}), 6U);
+    EXPECT_EQ(
+        output,
+        "farm_worker: the server refuses this worker: ask [2J later; neither FARM_PASSWORD nor password "
+        "in section [worker] of farm.conf is there\n");
+}
+
+TEST_F(FarmWorkerConversation, EndsWithAServerThatRefusesAfterItsJob)
+{
+    EXPECT_EQ(tell({{farm::command::job, bundle}, {farm::command::refused, "no"}}), 5U);
+}

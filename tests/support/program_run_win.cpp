@@ -40,6 +40,15 @@ program_run::~program_run()
     DeletePipes(pipes_, true);
 }
 
+void program_run::say(const std::string& text)
+{
+    const auto size = static_cast<unsigned int>(text.size());
+    const int written = size > 0 ? WritePipe(pipes_->stdinWrite, text.data(), size) : 0;
+    EXPECT_EQ(written, static_cast<int>(size));
+    ClosePipeHandle(pipes_->stdinWrite);
+    pipes_->stdinWrite = nullptr;
+}
+
 std::optional<unsigned long> program_run::wait()
 {
     unsigned long code = 0;

@@ -19,6 +19,9 @@ public:
     program_run(const program_run&) = delete;
     program_run& operator=(const program_run&) = delete;
 
+    /// Gives it its standard input; nothing comes after it.
+    void say(const std::string& text);
+
     /// Waits, up to a minute, for the end; fails the test and gives nothing when it does not come.
     std::optional<unsigned long> wait();
 
