@@ -2,7 +2,8 @@
 /// Other users' accounts, and what happens to the machine as a whole: shutting down, sleeping, waking another one.
 /// Part of process.h.
 ///
-/// Threads: any. Impersonation belongs to the calling thread alone; nothing else is kept between calls.
+/// Threads: any, save where a function says otherwise. Impersonation belongs to the calling thread alone; nothing else
+/// is kept between calls.
 /// Errors: results, and the error texts where there are some; nothing is logged.
 /// Ownership: a token is the caller's from LogonUserW until LogoutUser, or until ImpersonateUser fails.
 
@@ -29,7 +30,7 @@ KFRAMEWORK_API bool LogonUserW(const char* user, const char* password, void** to
 
 /// Lets the calling thread act as a user, until RevertUserImpersonation.
 ///
-/// @param token  null: nothing happens, and the result is true.
+/// @param token  stays the caller's on success. Null: nothing happens, and the result is true.
 /// @param error  "ImpersonateLoggedOnUser() failed, error " and the system's error code on failure; otherwise
 ///               untouched.
 /// @kept    impersonation-takes-token: on failure the token is closed; do not use or close it again.
@@ -37,7 +38,7 @@ KFRAMEWORK_API bool ImpersonateUser(void* token, std::string& error);
 
 /// Ends the calling thread's impersonation.
 ///
-/// @param token  null: nothing happens.
+/// @param token  null: nothing happens. Any other ends what there is; it stays the caller's.
 /// @return  true.
 /// @kept    users-always-true: here and in LogoutUser, whatever the system says.
 KFRAMEWORK_API bool RevertUserImpersonation(void* token);
@@ -54,12 +55,15 @@ KFRAMEWORK_API bool LogoutUser(void* token);
 /// @param event  0 shuts down at once, 1 puts to sleep, 2 hibernates, 3 restarts, 4 logs every active session off.
 /// @return  events 0 to 3: whether the system took the request. False also when the process may not ask at all,
 ///          and for every other number, which does nothing.
+/// @threads any, one at a time: the privilege is the process's. Not while the thread acts as a user, whose rights the
+///          system would look at.
 /// @kept    event-numbers: the order is sleep, hibernate, restart.
 /// @kept    event-text-unused: the text is ignored.
 /// @kept    log-off-false: event 4 gives false, even when every session was logged off.
 ///
-/// The process's shutdown privilege is enabled for the request. It stays so when the request works, event 4
-/// included, and is put back as it was when it fails or the number names no event.
+/// The process's shutdown privilege is enabled for the request and put back as it was when the request fails, or when
+/// the number names no event. It stays enabled when the request works; that of event 4 works when the sessions could
+/// be listed and each active one was logged off, though the result is false.
 KFRAMEWORK_API bool SendSystemEvent(int event, std::string);
 
 /// Nothing.

@@ -18,7 +18,7 @@ namespace KFramework::KServices
 ///
 /// The service has a process of its own, is started by hand, and its errors at start are ignored.
 ///
-/// @param name             the service manager's name for it.
+/// @param name             the service manager's name for it; not null.
 /// @param displayName      what people see; may be null: the name.
 /// @param description      a sentence for people; may be null: none.
 /// @param account          whom it runs as, for example L".\\farm"; used only when account and password are
@@ -46,6 +46,7 @@ KFRAMEWORK_API bool InstallWin32Service(const wchar_t* name, const wchar_t* disp
 
 /// Removes a service, and prints what came of it; one that runs goes when it has stopped.
 ///
+/// @param name  as it was installed; not null.
 /// @return  false when the service manager or the service cannot be opened.
 /// @threads any.
 /// @kept    removal-unchecked: true, and the text says so, once the service could be opened for removal, even
@@ -59,7 +60,7 @@ KFRAMEWORK_API bool UninstallWin32Service(const wchar_t* name);
 /// Runs the program's one service: hands its main function to the service manager.
 ///
 /// @param name         as it was installed.
-/// @param serviceMain  an LPSERVICE_MAIN_FUNCTIONW; runs on a thread of its own.
+/// @param serviceMain  an LPSERVICE_MAIN_FUNCTIONW, not null; runs on a thread of its own.
 /// @return  after the service has stopped: true. At once: false, when the service manager did not start this
 ///          process.
 /// @threads the program's main thread, once.
@@ -94,7 +95,7 @@ KFRAMEWORK_API void SetSystemSleepStatus(bool keepAwake);
 ///
 /// @param consoleCount  raised by one for each that sits at the machine; set to 0 before the call. May be null.
 /// @param remoteCount   the same for each remote one.
-/// @return  false when the system does not let the logons be examined.
+/// @return  false when the system does not let the logons be examined: the counters say nothing then.
 /// @kept    logons-added: the counters are added to, and set to 0 by the caller alone.
 /// @kept    logons-not-people: a person has as many logons as the system made; with user account control, an
 ///          administrator has two.
@@ -110,7 +111,8 @@ KFRAMEWORK_API bool IsSomeoneLogged(int* consoleCount, int* remoteCount);
 //
 // COUNT is the number of rounds in decimal. KEY is 64 bytes as 128 hexadecimal digits in small letters,
 // derived by PBKDF2 with HMAC-SHA-512 from the password's bytes and the salt's characters. SALT stands as it
-// was given. Neither digest nor length ever changes: every stored key depends on them.
+// was given. Neither digest nor length ever changes: every stored key depends on them. docs/file-formats.md has an
+// example. The machine's OpenSSL configuration is not read.
 
 /// A salt for GeneratePBKDF2Key, from the C runtime's rand().
 ///

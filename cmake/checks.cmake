@@ -7,13 +7,10 @@ set_property(CACHE KF_CHECKS PROPERTY STRINGS none traps address thread fuzz)
 set(CMAKE_CXX_FLAGS_RELEASE "-O2 -g -gdwarf-4 -DNDEBUG")
 set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g -gdwarf-4")
 
-# Test programs and the test framework on Windows: half of the build was their optimisation. The library that they load
-# is optimised as ever. Natively the library's objects are part of the program, and sanitizers are slow enough.
+# Test programs and the test framework: half of the build was their optimisation. The library is optimised as ever.
 add_library(kf_test_options INTERFACE)
 target_compile_options(kf_test_options INTERFACE $<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess>) # lets ccache see precompiled headers
-if(WIN32)
-  target_compile_options(kf_test_options INTERFACE -O0 -g1)
-endif()
+target_compile_options(kf_test_options INTERFACE -O0 -g1)
 
 if(KF_CHECKS STREQUAL "traps")
   # MinGW has no sanitizer run-time libraries, so undefined behaviour ends the program instead of being reported.

@@ -14,12 +14,19 @@ namespace kf::services
 namespace
 {
 constexpr std::string_view kFirstField = "pbkdf2$";
+
+/// Whoever may write OpenSSL's configuration file, or name another in the environment, could make every derivation
+/// fail: it is not read.
+bool use_no_configuration()
+{
+    return ::OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr) == 1;
+}
 } // namespace
 
 bool derive_key(const std::string& password, const std::string& salt, int iterations, derived_key& key)
 {
     key.fill(0);
-    if (password.size() > INT_MAX || salt.size() > INT_MAX)
+    if (password.size() > INT_MAX || salt.size() > INT_MAX || !use_no_configuration())
         return false;
     // KEPT[rounds-as-given]: the derivation itself refuses counts below 1.
     // KEPT[salt-as-text]: digits are not decoded.
@@ -29,6 +36,7 @@ bool derive_key(const std::string& password, const std::string& salt, int iterat
                                              ::EVP_sha512(), static_cast<int>(key.size()), key.data()) == 1;
     if (!derived)
         key.fill(0);
+    ::OPENSSL_thread_stop(); // a static OpenSSL is not told when a thread ends, and would keep what it has for it
     return derived;
 }
 

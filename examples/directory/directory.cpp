@@ -3,8 +3,8 @@
 ///     directory [--ssl] HOST PORT NAME BASE [FILTER [ATTRIBUTE...]]
 ///
 /// The password comes from the environment variable DIRECTORY_PASSWORD or, where there is none, from the first line of
-/// standard input; never from the command line, which other users can read. Ends with 0, with 1 when something
-/// failed, or with 2 when the request was not understood.
+/// standard input, unseen at a console; never from the command line, which other users can read. Ends with 0, with 1
+/// when something failed, or with 2 when the request was not understood.
 
 #include <KFramework/KFramework.h>
 
@@ -51,22 +51,41 @@ bool read_arguments(std::vector<std::string> words, request& wanted)
     return wanted.port > 0;
 }
 
+constexpr DWORD kPasswordRoom = 2048;
+
+/// What a person types at the console, unseen; false where standard input is no console.
+bool read_console(wchar_t* text, DWORD& length)
+{
+    const HANDLE console = ::GetStdHandle(STD_INPUT_HANDLE);
+    DWORD mode = 0;
+    if (::GetConsoleMode(console, &mode) == 0)
+        return false;
+    std::fputs("Password: ", stderr);
+    ::SetConsoleMode(console, mode & ~DWORD{ENABLE_ECHO_INPUT});
+    if (::ReadConsoleW(console, text, kPasswordRoom, &length, nullptr) == 0)
+        length = 0;
+    ::SetConsoleMode(console, mode);
+    std::fputs("\n", stderr);
+    return true;
+}
+
 /// Wiped when it is no longer needed.
 class password_text
 {
 public:
     password_text()
     {
-        text_.reserve(4096); // growing would leave copies behind
-        wchar_t given[2048];
+        text_.reserve(3 * kPasswordRoom); // growing would leave copies behind
+        wchar_t given[kPasswordRoom];
         ::SetLastError(ERROR_SUCCESS);
-        const DWORD length = ::GetEnvironmentVariableW(L"DIRECTORY_PASSWORD", given, 2048);
-        if (::GetLastError() == ERROR_ENVVAR_NOT_FOUND)
+        DWORD length = ::GetEnvironmentVariableW(L"DIRECTORY_PASSWORD", given, kPasswordRoom);
+        const bool in_environment = ::GetLastError() != ERROR_ENVVAR_NOT_FOUND;
+        if (in_environment || read_console(given, length))
+            assign(given, length < kPasswordRoom ? length : 0);
+        else
             std::getline(std::cin, text_);
-        else if (length < 2048)
-            text_ += WideStringToUtf8String(given);
         ::SecureZeroMemory(given, sizeof given);
-        if (!text_.empty() && text_.back() == '\r')
+        while (!text_.empty() && (text_.back() == '\r' || text_.back() == '\n'))
             text_.pop_back();
     }
     ~password_text() { ::SecureZeroMemory(text_.data(), text_.size()); }
@@ -76,6 +95,14 @@ public:
     const std::string& get() const { return text_; }
 
 private:
+    void assign(const wchar_t* text, DWORD length)
+    {
+        text_.resize(3 * length); // no character takes more
+        const int size = ::WideCharToMultiByte(CP_UTF8, 0, text, static_cast<int>(length), text_.data(),
+                                               static_cast<int>(text_.size()), nullptr, nullptr);
+        text_.resize(static_cast<std::size_t>(size));
+    }
+
     std::string text_;
 };
 
@@ -110,7 +137,11 @@ int print_entries(request& wanted, const std::string& password)
     const std::unique_ptr<ldap, session_end> session(
         allocateSession(wanted.host.c_str(), wanted.port, wanted.ssl, &error));
     if (!session)
-        return fail("make a session", error);
+    {
+        // The system's code or the client's, which mean different things.
+        std::fprintf(stderr, "directory: cannot make a session: error %u\n", error);
+        return 1;
+    }
     if (!connectSession(session.get(), &error))
         return fail("connect", error);
     if (!bindSession(session.get(), wanted.name.c_str(), password.c_str(), nullptr, &error))

@@ -137,17 +137,24 @@ def try_searches(client):
 
 
 def try_tls(port, ssl):
-    """True when the client under this system can do it; else prints what it cannot."""
     with Client() as client:
-        for request in (("open", "localhost", port, ssl), ("connect",), ("bind", ANNA, PASSWORD)):
-            answer = client.ask(*request)
-            if answer != ["ok"]:
-                print(f"TLS with ssl {ssl} is not tried any further: this client's answer to {request[0]!r} is {answer[0]}")
-                client.ask("close")
-                return
+        client.log_in(port, ssl=ssl, host="localhost")
         expect(client.search(SUFFIX, "(uid=anna)", "uid"), ("ok", [{"uid": "anna"}]), f"a search with ssl {ssl}")
         client.ask("close")
-        print(f"TLS with ssl {ssl}: bound and searched")
+
+
+def try_checked_tls(port):
+    """Clients that cannot tell whether they use SSL make no session that must."""
+    with Client() as client:
+        answer = client.ask("open", "localhost", port, 1)
+        client.ask("close")
+    if answer == ["failed 92"]:
+        print("ssl 1 is not tried any further: this system's client does not know the option that tells of SSL")
+        expect(run_example("--ssl", "localhost", port, ANNA, SUFFIX, password=PASSWORD),
+               (1, ["directory: cannot make a session: error 92"]), "the example without SSL")
+        return
+    expect(answer, ["ok"], "a session with ssl 1")
+    try_tls(port, 1)
 
 
 def run_example(*arguments, password=None, typed=""):
@@ -189,6 +196,11 @@ def try_example_without_password():
                 pass
 
 
+def try_example_without_server(port):
+    code, lines = run_example("127.0.0.1", port, ANNA, SUFFIX, password=PASSWORD)
+    expect((code, lines[-1].partition(": 81, ")[2]), (1, "Cannot contact the LDAP server."), "no server")
+
+
 def main():
     if missing := slapd.missing_programs():
         sys.exit(f"missing: {', '.join(missing)}; run scripts/setup.sh")
@@ -198,8 +210,8 @@ def main():
             client.log_in(server.port)
             try_binds(client)
             try_searches(client)
-            for ssl in (1, 2):
-                try_tls(server.tls_port, ssl)
+            try_tls(server.tls_port, 2)
+            try_checked_tls(server.tls_port)
             try_example(server.port)
             server.stop()
             expect(client.search(SUFFIX, "(uid=anna)", "uid"), ("failed 81", []), "a search after the server's end")
@@ -207,6 +219,7 @@ def main():
             expect(client.ask("open", "127.0.0.1", server.port, 0), ["ok"], "a session needs no server")
             expect(client.ask("bind", ANNA, PASSWORD), ["failed 81"], "a bind without a server")
             client.ask("close")
+            try_example_without_server(server.port)
     if failures:
         sys.exit(f"{failures} failures")
     print("slapd and the library agree")

@@ -228,6 +228,8 @@ TEST(SendSystemEvent, LogsEveryActiveSessionOffAndIsFalseAllTheSame)
     machine.sessions = {session(1, WTSActive), session(2, WTSDisconnected), session(3, WTSActive),
                         session(0, WTSListen), session(65536, WTSConnected)};
     EXPECT_EQ(sent(4, false), with_token({"list", "log off 1", "log off 3", "free list"}));
+    machine.sessions = {session(2, WTSDisconnected)};
+    EXPECT_EQ(sent(4, false), with_token({"list", "free list"}));
 }
 
 TEST(SendSystemEvent, GoesOnAfterAFailedLogOffAndPutsThePrivilegeBack)

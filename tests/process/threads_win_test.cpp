@@ -103,13 +103,6 @@ BOOL WINAPI raising_close(HANDLE)
 }
 } // namespace
 
-TEST(ThreadObject, HasItsFieldsInOrder)
-{
-    EXPECT_EQ(offsetof(KThreadObject, threadHandle), 0u);
-    EXPECT_EQ(offsetof(KThreadObject, ended), 8u);
-    EXPECT_EQ(offsetof(KThreadObject, exitCode), 12u);
-}
-
 TEST(SpawnThread, GivesTheRoutineItsDataAndItsRecord)
 {
     struct seen

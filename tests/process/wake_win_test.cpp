@@ -6,6 +6,7 @@
 
 #include "KFramework/platform/sockets_win.h"
 #include "KFramework/process.h"
+#include "tests/support/captured_output_win.h"
 #include "tests/support/import_hook_win.h"
 #include "tests/support/winsock_session_win.h"
 
@@ -67,10 +68,12 @@ int WSAAPI bind_socket(SOCKET socket, const sockaddr* address, int size)
     return note(as_stated ? "bind" : "bind elsewhere") ? network.bind(socket, address, size) : SOCKET_ERROR;
 }
 
-int WSAAPI send_packet(SOCKET socket, const char* data, int size, int flags, const sockaddr* address, int)
+int WSAAPI send_packet(SOCKET socket, const char* data, int size, int flags, const sockaddr* address,
+                       int address_size)
 {
     const auto& to = *reinterpret_cast<const sockaddr_in*>(address);
-    const bool as_stated = to.sin_family == AF_INET && to.sin_addr.s_addr == 0xFFFFFFFF && flags == 0;
+    const bool as_stated = to.sin_family == AF_INET && to.sin_addr.s_addr == 0xFFFFFFFF && flags == 0 &&
+                           address_size == sizeof to;
     const std::string call = (as_stated ? "send " : "send elsewhere ") + std::to_string(size) + " to port " +
                              std::to_string(::ntohs(to.sin_port));
     if (!note(call))
@@ -82,8 +85,12 @@ int WSAAPI send_packet(SOCKET socket, const char* data, int size, int flags, con
 
 int WSAAPI close_socket(SOCKET socket)
 {
-    note("close");
-    return network.close(socket);
+    const bool works = note("close");
+    const int result = network.close(socket);
+    if (works)
+        return result;
+    ::WSASetLastError(WSAENETDOWN);
+    return SOCKET_ERROR;
 }
 
 /// The network in the test's hands: packets go to a listener of the test's own.
@@ -180,6 +187,14 @@ TEST_F(SendWOLTest, ClosesTheSocketWhateverFails)
             expected.emplace_back("close");
         EXPECT_EQ(network.calls, expected);
     }
+}
+
+TEST_F(SendWOLTest, SaysOnStandardErrorThatTheSocketWasNotClosed)
+{
+    network.failing = "close";
+    kf::test::captured_output error(kf::test::captured_output::stream::error);
+    EXPECT_TRUE(SendWOL(kMac, kWakePort));
+    EXPECT_EQ(error.text(), "Close socket return: 10050\n");
 }
 
 TEST_F(SendWOLTest, IsFalseWhenNotTheWholePacketWasSent)

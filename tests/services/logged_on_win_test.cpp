@@ -45,8 +45,12 @@ void give(void* memory)
     ++host.given[memory];
 }
 
-BOOL WINAPI verify_version(OSVERSIONINFOEXW* wanted, DWORD types, DWORDLONG)
+BOOL WINAPI verify_version(OSVERSIONINFOEXW* wanted, DWORD types, DWORDLONG conditions)
 {
+    DWORDLONG or_later = 0;
+    for (const DWORD part : {VER_MAJORVERSION, VER_MINORVERSION, VER_SERVICEPACKMAJOR})
+        or_later = ::VerSetConditionMask(or_later, part, VER_GREATER_EQUAL);
+    EXPECT_EQ(conditions, or_later);
     host.version = std::to_string(wanted->dwMajorVersion) + "." + std::to_string(wanted->dwMinorVersion) +
                    "." + std::to_string(wanted->wServicePackMajor) + " " + std::to_string(types);
     return TRUE;

@@ -1,19 +1,32 @@
 #!/usr/bin/python3
 """Python's PBKDF2 makes the same stored keys as the library, and each verifies the other's.
 
+The machine's OpenSSL is configured to know no algorithm, which must not matter.
+
 usage: stored_keys.py COMMAND...
 
 COMMAND runs tests/services' stored_keys.
 """
 
 import hashlib
+import os
 import random
 import subprocess
 import sys
+import tempfile
 
 COMMAND = sys.argv[1:]
 CASES = 300
 SEED = 20
+NO_ALGORITHMS = """\
+openssl_conf = start
+[start]
+providers = providers
+[providers]
+null = none
+[none]
+activate = 1
+"""
 
 
 def stored_key(password, salt, count):
@@ -25,7 +38,11 @@ def stored_key(password, salt, count):
 def ask(lines):
     """The answers to all requests."""
     text = "".join(line + "\n" for line in lines)
-    done = subprocess.run(COMMAND, input=text, capture_output=True, text=True, timeout=120)
+    with tempfile.NamedTemporaryFile("w", suffix=".cnf") as configuration:
+        configuration.write(NO_ALGORITHMS)
+        configuration.flush()
+        environment = os.environ | {"OPENSSL_CONF": configuration.name}
+        done = subprocess.run(COMMAND, input=text, capture_output=True, text=True, timeout=120, env=environment)
     answers = done.stdout.split()
     if done.returncode != 0 or len(answers) != len(lines):
         sys.exit(f"exit code {done.returncode}, {len(answers)} answers to {len(lines)} requests: {done.stderr}")

@@ -13,11 +13,6 @@ namespace
 
 using namespace kf::test;
 
-std::size_t offset(const CKSocketStream& stream, const void* field)
-{
-    return static_cast<std::size_t>(static_cast<const char*>(field) - reinterpret_cast<const char*>(&stream));
-}
-
 TEST(Stream, StartsWithTwoBuffersAndNoSocket)
 {
     KFramework::UpdateServerTime();
@@ -49,37 +44,6 @@ TEST(Stream, StartsWithTwoBuffersAndNoSocket)
     EXPECT_EQ(stream.port, 0);
     EXPECT_TRUE(stream.pooled);
     EXPECT_EQ(stream.referenceCount, 0U);
-}
-
-TEST(Stream, HasItsFieldsInTheirStatedOrder)
-{
-    const CKSocketStream stream;
-    const std::size_t base = offset(stream, &stream.sendBuffer);
-    const auto from_base = [&](const void* field) { return offset(stream, field) - base; };
-    EXPECT_EQ(base % 8, 0U);
-    EXPECT_EQ(from_base(&stream.receiveBuffer), 8U);
-    EXPECT_EQ(from_base(&stream.receiveFill), 16U);
-    EXPECT_EQ(from_base(&stream.sendFill), 24U);
-    EXPECT_EQ(from_base(&stream.receiveCapacity), 32U);
-    EXPECT_EQ(from_base(&stream.sendCapacity), 40U);
-    EXPECT_EQ(from_base(&stream.lastHeartbeat), 48U);
-    EXPECT_EQ(from_base(&stream.maximumReceiveSize), 56U);
-    EXPECT_EQ(from_base(&stream.maximumSendSize), 64U);
-    EXPECT_EQ(from_base(&stream.bufferCheck), 72U);
-    EXPECT_EQ(from_base(&stream.userData), 80U);
-    EXPECT_EQ(from_base(&stream.sentBytesCounter), 88U);
-    EXPECT_EQ(from_base(&stream.receivedBytesCounter), 96U);
-    EXPECT_EQ(from_base(&stream.completionPort), 104U);
-    EXPECT_EQ(from_base(&stream.writeMutex), 112U);
-    EXPECT_EQ(from_base(&stream.socket), 120U);
-    EXPECT_EQ(from_base(&stream.disconnected), 128U);
-    EXPECT_EQ(from_base(&stream.traceEnabled), 129U);
-    EXPECT_EQ(from_base(&stream.traceFile), 136U);
-    EXPECT_EQ(from_base(&stream.traceFolder), 144U);
-    EXPECT_EQ(from_base(&stream.readEvent), 176U);
-    EXPECT_EQ(from_base(&stream.writeEvent), 216U);
-    EXPECT_EQ(from_base(&stream.host), 256U);
-    EXPECT_EQ(from_base(&stream.port), 288U);
 }
 
 TEST(Stream, OverridesOnlyTheDestructorAndRelease)

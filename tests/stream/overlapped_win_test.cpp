@@ -1,7 +1,6 @@
 #include "KFramework/socket.h"
 #include "tests/support/captured_log_win.h"
 
-#include <cstddef>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <regex>
@@ -11,14 +10,6 @@ namespace
 
 using namespace kf::test;
 using namespace KFramework::KSocket;
-
-TEST(OverlappedRecord, IsFortyBytesWithTheSystemsPartFirst)
-{
-    EXPECT_EQ(sizeof(CKSocketOverlappedStruct), 40U);
-    EXPECT_EQ(offsetof(CKSocketOverlappedStruct, overlapped), 0U);
-    EXPECT_EQ(offsetof(CKSocketOverlappedStruct, event), 32U);
-    EXPECT_EQ(offsetof(CKSocketOverlappedStruct, mark), 36U);
-}
 
 TEST(OverlappedRecord, StartsClearedAndUnmarked)
 {
