@@ -76,7 +76,7 @@ KFRAMEWORK_API unsigned long GetParentPid(unsigned long pid);
 
 /// Builds the tree of a process and everything that descends from it.
 ///
-/// @param root  receives the tree, or null.
+/// @param root  receives the tree, or null on failure. Null itself gives false.
 /// @return  true when there is a tree; false for pid 0, for a process that is gone and when the system gives no
 ///          list.
 /// @owns    the caller frees the tree with DestroyProcTree.

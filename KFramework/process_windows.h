@@ -48,7 +48,8 @@ KFRAMEWORK_API std::vector<HWND__*> GetQtProcessMainWindows(unsigned long pid);
 /// @param maxDepth       0 lists once; every further step searches again below each window of the step before.
 /// @param popupsOnly     leaves out windows that are no pop-ups by their style.
 /// @param classPrefixes  what a window's class must begin with, one of them; empty for any class.
-/// @return  the windows of one search, then those found below each of them, in the same order.
+/// @return  the windows of one search, then those found below each of them, in the same order; without those
+///          whose reading ends in a structured exception.
 /// @kept    child-duplicates: every search lists all levels, so a window inside a window inside the parent is
 ///          there once for each way to it.
 /// @kept    child-prefixes-late: with a maxDepth other than 0 the prefixes hold nothing back while windows are

@@ -63,6 +63,8 @@ bool CreateProcsSnapshot(std::vector<KProcessSnapshot*>* list, unsigned long par
 
 bool CreateProcTreeSnapshot(unsigned long pid, KProcessTreeNode** root)
 {
+    if (root == nullptr)
+        return false;
     *root = nullptr;
     kf::process::owned_snapshot all;
     if (pid == 0 || !CreateProcsSnapshot(&all.rows, 0))

@@ -1,4 +1,5 @@
 #include <exception>
+#include <utility>
 
 #include "KFramework/platform/guarded_close_win.h"
 #include "KFramework/platform/windows_win.h"
@@ -87,7 +88,7 @@ std::vector<HWND> windows_of(DWORD pid, window_rule accepts, bool first_only = f
     ::EnumWindows(take_window, reinterpret_cast<LPARAM>(&search));
     if (search.failure)
         std::rethrow_exception(search.failure);
-    return search.windows;
+    return std::move(search.windows);
 }
 
 HWND first_window_of(DWORD pid, window_rule accepts)

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <iterator>
 #include <list>
 #include <memory>
@@ -104,7 +105,8 @@ public:
     }
     bool ended(std::size_t link) const
     {
-        return ::WaitForSingleObject(handles[link].get(), 20000) == WAIT_OBJECT_0;
+        constexpr std::chrono::milliseconds limit = kf::test::kDeadline;
+        return ::WaitForSingleObject(handles[link].get(), static_cast<DWORD>(limit.count())) == WAIT_OBJECT_0;
     }
 
 private:
@@ -162,6 +164,12 @@ TEST(CreateProcTreeSnapshot, GivesNothingForZeroAndForNoProcess)
         EXPECT_FALSE(CreateProcTreeSnapshot(pid, &root));
         EXPECT_EQ(root, nullptr);
     }
+}
+
+TEST(CreateProcTreeSnapshot, RefusesNoRoot)
+{
+    EXPECT_FALSE(CreateProcTreeSnapshot(GetCurrentProcessPid(), nullptr));
+    EXPECT_FALSE(CreateProcTreeSnapshot(0, nullptr));
 }
 
 TEST(CreateProcTreeSnapshot, GivesAProcessWithoutChildrenNoArray)
@@ -403,6 +411,26 @@ TEST(TreeWalks, CarryOnWhicheverProcessCannotBeOpened)
     for (const unsigned long pid : chain.pids)
         EXPECT_EQ(GetProcessAffinityMask(pid), 1u);
     EXPECT_EQ(handle_count(), before);
+}
+
+TEST(TreeWalks, OpenEachProcessForItsPurposeTheLeavesFirst)
+{
+    KProcessTreeNode root{"", 1, 0, nullptr, nullptr}, one{"", 9, 1, &root, nullptr};
+    KProcessTreeNode two{"", 2, 1, &root, nullptr}, below{"", 4, 2, &two, nullptr};
+    KProcessTreeNode* of_root[] = {&one, &two, nullptr};
+    KProcessTreeNode* of_two[] = {&below, nullptr};
+    root.children = of_root;
+    two.children = of_two;
+    const process_rows system({});
+    TerminateProcTree(&root, false);
+    SetProcTreePriority(&root, 3);
+    SetProcTreeAffinityMask(&root, 1);
+    std::vector<process_rows::attempt> expected;
+    constexpr DWORD rights[] = {PROCESS_TERMINATE, PROCESS_SET_INFORMATION, PROCESS_SET_INFORMATION};
+    for (const DWORD access : rights)
+        for (const DWORD pid : {9u, 4u, 2u, 1u})
+            expected.push_back({access, pid});
+    EXPECT_EQ(process_rows::attempts(), expected);
 }
 
 // KEPT[tree-acts-on-ids]

@@ -68,6 +68,14 @@ TEST(FindChild, NeverGivesAGrandchildOrTheProcessItself)
     EXPECT_EQ(find_child(all.rows, 10, {"deep.exe"}), 13u);
 }
 
+TEST(FindChild, TakesZeroForACreatorLikeAnyOther)
+{
+    some_processes all;
+    all.add("init.exe", 1, 0);
+    EXPECT_EQ(find_child(all.rows, 0, {"init.exe"}), 1u);
+    EXPECT_EQ(find_child(all.rows, 0, {"host.exe"}), 0u);
+}
+
 // KEPT[child-whole-names]
 TEST(FindChild, ComparesWholeNames)
 {

@@ -218,4 +218,5 @@ TEST(FindChildren, AsksForPrefixesWhileListingOnlyWithoutFurtherSearches)
     EXPECT_EQ(outer.find(1, 1, false, {"Edit"}), "ab"); // not the outermost search: nothing is filtered
     EXPECT_EQ(outer.find(1, 0, false, {"Edit"}), "b");
     EXPECT_EQ(outer.find(0, -1, false, {"Edit"}), "b");
+    EXPECT_EQ(outer.find(1, -1, false, {"Edit"}), "ab");
 }

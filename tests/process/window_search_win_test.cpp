@@ -57,6 +57,7 @@ struct listing
         return enumerate(take, parameter);
     }
 };
+
 /// Expects those windows in the system's order, which the display may still be settling: the search counts when
 /// the order was the same before and after it.
 template <class Search>
@@ -162,6 +163,24 @@ TEST(GetWin10ProcessMainWindows, ReadsTheClassToItsLastCharacter)
     EXPECT_EQ(GetWin10ProcessMainWindows(program.pid()), windows{program[0]});
 }
 
+TEST(GetWin10ProcessMainWindows, ReadsNoMoreThan255CharactersOfAClass)
+{
+    const opened_windows program({"C/t/" + kShown});
+    static std::wstring name;
+    const import_hook hook(
+        "GetClassNameW",
+        +[](HWND, LPWSTR text, int room) -> int WINAPI
+        {
+            const std::size_t taken = name.copy(text, static_cast<std::size_t>(room) - 1);
+            text[taken] = L'\0';
+            return static_cast<int>(taken);
+        });
+    name = std::wstring(234, L'x') + L"WindowsForms10.Window";
+    EXPECT_EQ(std::ranges::count(GetWin10ProcessMainWindows(program.pid()), program[0]), 1);
+    name.insert(0, 1, L'x');
+    EXPECT_EQ(GetWin10ProcessMainWindows(program.pid()), windows{});
+}
+
 TEST(GetQtProcessMainWindows, TakesQtWindowsOfAnyKindAndTitledToolPopUps)
 {
     const opened_windows program({
@@ -235,12 +254,11 @@ TEST(GetWindowChilds, SkipsAWindowWhoseReadingRaises)
     static HWND raising = nullptr;
     const windows rest{all[0], all[2]};
     raising = all[1];
-    const auto raise = [](HWND window)
+    static const auto raise_for = [](HWND window)
     {
         if (window == raising)
             ::RaiseException(0xC0000005, 0, 0, nullptr);
     };
-    static const auto raise_for = raise;
     {
         const import_hook hook(
             "GetWindowInfo",
