@@ -26,23 +26,25 @@ display::display(bool live) : live_(live), console_(live ? console_of_output() :
 void display::show(const progress& now, const std::vector<worker_record>& workers)
 {
     const std::string line = progress_line(now);
-    if (console_ != nullptr)
-    {
-        redraw(line + "\n" + worker_table(workers));
-        return;
-    }
     const int ended = now.done + now.abandoned;
-    if (!live_ && ended == last_ended_ && now.workers == last_workers_)
-        return;
+    const std::string drawing = console_ != nullptr ? line + "\n" + worker_table(workers) : line;
+    const bool changed = live_ ? drawing != last_ : ended != last_ended_ || now.workers != last_workers_;
+    last_ = drawing;
     last_ended_ = ended;
     last_workers_ = now.workers;
-    std::printf(live_ ? "\r%-78s" : "%s\n", line.c_str());
+    if (!changed)
+        return;
+    if (console_ != nullptr)
+        redraw(drawing);
+    else
+        std::printf(live_ ? "\r%-78s" : "%s\n", line.c_str());
     std::fflush(stdout);
 }
 
 void display::say(const std::string& line)
 {
     CONSOLE_SCREEN_BUFFER_INFO info = {};
+    last_.clear(); // what is drawn over comes again
     if (console_ != nullptr && drawn_ > 0 && ::GetConsoleScreenBufferInfo(console_, &info))
     {
         // In the place of the drawing's first line: the next drawing begins below.
@@ -59,10 +61,19 @@ void display::say(const std::string& line)
     std::fflush(stdout);
 }
 
-void display::end() const
+void display::end()
 {
+    CONSOLE_SCREEN_BUFFER_INFO info = {};
     if (live_ && console_ == nullptr)
         std::printf("\n");
+    else if (console_ != nullptr && drawn_ > 0)
+    {
+        redraw(last_.substr(0, last_.find('\n')));
+        if (::GetConsoleScreenBufferInfo(console_, &info)) // up over the table's lines, which are empty now
+            ::SetConsoleCursorPosition(console_,
+                                       {0, static_cast<SHORT>(info.dwCursorPosition.Y - drawn_ + 1)});
+    }
+    std::fflush(stdout);
 }
 
 // Over the last drawing. What would scroll out of the window is left out: it could not be drawn over.

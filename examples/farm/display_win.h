@@ -20,15 +20,16 @@ public:
     /// Says something that stays, in a line of its own.
     void say(const std::string& line);
 
-    /// Leaves what was drawn last.
-    void end() const;
+    /// Leaves the last line of progress, for the final table to follow.
+    void end();
 
 private:
     void redraw(const std::string& text);
 
     bool live_;
     void* console_; // null when the output is none
-    int drawn_ = 0; // lines of the last drawing, above the cursor
+    std::string last_; // what was drawn last
+    int drawn_ = 0;    // its lines, above the cursor
     int last_ended_ = -1;
     int last_workers_ = -1;
 };

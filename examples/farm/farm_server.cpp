@@ -196,6 +196,7 @@ int wmain(int argc, wchar_t** argv)
 
     const farm::library_session library(settings.folder, kProgram);
     farm::write_missing_settings(kProgram, shared, file);
+    file.forget(); // a worker's password may stand there
     const SOCKET listener = farm::listen_on_loopback(port);
     if (listener == INVALID_SOCKET)
     {

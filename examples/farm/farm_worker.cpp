@@ -14,6 +14,9 @@ using namespace KFramework;
 namespace
 {
 constexpr const char* kProgram = "farm_worker";
+constexpr const char* kFooter =
+    "The farm's password: the environment variable FARM_PASSWORD or, without it, password in "
+    "section [worker] of the file.";
 
 /// The texts that farm.conf and the options hold.
 struct scheduling_texts
@@ -51,6 +54,26 @@ std::string wrong_scheduling(const scheduling_texts& texts, farm::scheduling& to
     to = {*farm::priority_level(texts.priority), *farm::processor_mask(texts.processors)};
     return farm::lacking_processors(to.processors, GetProcessorsThreadsCount());
 }
+/// Why this worker cannot start, or nothing.
+std::string wrong_settings(farm::worker_settings& settings, const scheduling_texts& texts)
+{
+    if (settings.port == 0)
+        return "no port: neither --port nor port in section [worker] is there";
+    if (!farm::parse_hello(to_text(farm::hello{settings.name})))
+        return "the name must be 1 to 40 letters, digits, - or _";
+    return wrong_scheduling(texts, settings.renderer_scheduling);
+}
+
+/// Takes the password from the environment or, without it, from the file; empty, or what is wrong with the former.
+std::string take_password(std::string&& of_file, farm::secret& password)
+{
+    farm::secret other(std::move(of_file));
+    password = farm::take_environment_password();
+    if (password.empty())
+        password = std::move(other);
+    const std::string wrong = password.empty() ? "" : farm::wrong_password(password.text());
+    return wrong.empty() ? "" : "FARM_PASSWORD is wrong: " + wrong; // the file's was looked at before
+}
 } // namespace
 
 int wmain(int argc, wchar_t** argv)
@@ -61,9 +84,7 @@ int wmain(int argc, wchar_t** argv)
     settings.renderer = KFileSystem::GetFilePath(_GetModuleFullPath()) + "\\farm_render.exe";
 
     CLI::App app("Draws frames for a farm server.", kProgram);
-    app.footer("The farm's password is that of the environment variable FARM_PASSWORD or, without it, that "
-               "of password "
-               "in section [worker] of the file.");
+    app.footer(kFooter);
     app.add_option("--name", settings.name, "this worker's name: letters, digits, - and _");
     app.add_option("--log-folder", settings.log_folder, "folder of the log file")->required();
     farm::setting_list shared = shared_settings(settings, texts, file_password);
@@ -73,26 +94,11 @@ int wmain(int argc, wchar_t** argv)
         return code;
     if (const int code = farm::load_settings(kProgram, path, shared, file); code >= 0)
         return code;
-    farm::secret password = farm::take_environment_password();
-    farm::secret other(std::move(file_password));
-    if (password.empty())
-        password = std::move(other);
-    else if (const std::string wrong = farm::wrong_password(password.text()); !wrong.empty())
-    {
-        farm::complain(kProgram, "FARM_PASSWORD is wrong: " + wrong);
-        return farm::kBadUsage;
-    }
-    if (settings.port == 0)
-    {
-        farm::complain(kProgram, "no port: neither --port nor port in section [worker] is there");
-        return farm::kBadUsage;
-    }
-    if (!farm::parse_hello(to_text(farm::hello{settings.name})))
-    {
-        farm::complain(kProgram, "the name must be 1 to 40 letters, digits, - or _");
-        return farm::kBadUsage;
-    }
-    if (const std::string wrong = wrong_scheduling(texts, settings.renderer_scheduling); !wrong.empty())
+    farm::secret password;
+    std::string wrong = take_password(std::move(file_password), password);
+    if (wrong.empty())
+        wrong = wrong_settings(settings, texts);
+    if (!wrong.empty())
     {
         farm::complain(kProgram, wrong);
         return farm::kBadUsage;

@@ -8,7 +8,7 @@ using namespace KFramework;
 
 namespace
 {
-constexpr std::size_t kMostWaiting = 64;
+constexpr std::size_t kMostWaiting = 256; // about a minute
 } // namespace
 
 gate::gate(std::string key, answer_call answer)

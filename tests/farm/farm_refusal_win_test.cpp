@@ -54,6 +54,24 @@ TEST(FarmWorker, SaysThatItCannotReachTheServer)
     EXPECT_EQ(worker.output(), "farm_worker: cannot reach 127.0.0.1:1\n");
 }
 
+TEST(FarmWorker, SaysWhatIsWrongWithAPasswordWithoutSayingIt)
+{
+    const temporary_folder folder;
+    const std::string arguments =
+        "--port 1 --log-folder " + quoted(folder.text()) + " --config " + quoted(folder.text("farm.conf"));
+    give_password("open\tsesame");
+    program_run first("farm_worker", arguments);
+    give_password("");
+    EXPECT_EQ(first.wait(), 2U);
+    EXPECT_EQ(first.output(), "farm_worker: FARM_PASSWORD is wrong: a password has no control characters\n");
+    folder.write("farm.conf", "[worker]\npassword = " + std::string(201, 'x') + "\n");
+    program_run second("farm_worker", arguments);
+    EXPECT_EQ(second.wait(), 2U);
+    EXPECT_EQ(second.output(),
+              "farm_worker: " + folder.text("farm.conf") +
+                  ": password in section [worker] is wrong: a password has at most 200 bytes\n");
+}
+
 TEST(FarmWorker, SaysThatTheRendererIsMissing)
 {
     const temporary_folder folder;
