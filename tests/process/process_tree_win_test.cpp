@@ -122,7 +122,9 @@ private:
                 return static_cast<std::size_t>(std::ranges::count(text, '\n')) >= length;
             }));
         std::istringstream lines(text);
-        return {std::istream_iterator<unsigned long>(lines), {}};
+        std::vector<unsigned long> found{std::istream_iterator<unsigned long>(lines), {}};
+        found.resize(length); // a link that did not start is process 0
+        return found;
     }
 
     const spawned_child first_;

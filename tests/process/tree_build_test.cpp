@@ -1,12 +1,10 @@
 /// From rows to trees: the rules one by one, and a comparison with the walk they are stated as.
 
 #include "KFramework/process/tree_build.h"
-#include "tests/support/deadline.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <map>
 #include <random>
 #include <set>
@@ -301,16 +299,14 @@ TEST(BuildTree, AsksForEachTimeOnceEvenIfTheAnswerWouldChange)
         EXPECT_EQ(times, 1) << pid;
 }
 
-// Looking through all rows for each process takes minutes.
-TEST(BuildTree, TakesAHundredThousandProcessesInSeconds)
+// Looking through all rows for each process would meet the program's time limit.
+TEST(BuildTree, TakesThreeHundredThousandProcesses)
 {
     machine system;
-    constexpr id kProcesses = 100000;
+    constexpr id kProcesses = 300'000;
     for (id pid = 1; pid <= kProcesses; ++pid)
         system.add(pid, (pid + 2) / 4, pid);
-    const auto begin = std::chrono::steady_clock::now();
     const tree built = system.build(1);
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, kf::test::kDeadline);
     std::size_t nodes = 0;
     kf::process::for_each_upwards(built.get(), [&](const KProcessTreeNode*) { ++nodes; });
     EXPECT_EQ(nodes, kProcesses);
