@@ -4,6 +4,7 @@
 #include "KFramework/logger/detached_lines.h"
 #include "KFramework/logger/rotation_win.h"
 #include "KFramework/logger/write_line_win.h"
+#include "KFramework/platform/file_time_win.h"
 #include "KFramework/platform/windows_win.h"
 
 #include <cstdarg>
@@ -20,8 +21,7 @@ long long live_seconds() noexcept
     constexpr long long kEpochTicks = 116'444'736'000'000'000; // 1601-01-01 to 1970-01-01
     FILETIME now;
     ::GetSystemTimeAsFileTime(&now);
-    const long long ticks = (static_cast<long long>(now.dwHighDateTime) << 32) | now.dwLowDateTime;
-    return (ticks - kEpochTicks) / kTicksPerSecond;
+    return (static_cast<long long>(platform::units_of(now)) - kEpochTicks) / kTicksPerSecond;
 }
 
 void write_bare_message(const char* format, std::va_list arguments)

@@ -1,5 +1,6 @@
 #include <memory>
 
+#include "KFramework/platform/file_time_win.h"
 #include "KFramework/platform/handles_win.h"
 #include "KFramework/process.h"
 #include "KFramework/process/snapshot_rows.h"
@@ -30,7 +31,7 @@ std::uint64_t creation_time(std::uint32_t pid)
     FILETIME created, ended, kernel, user;
     if (!process || !::GetProcessTimes(process.get(), &created, &ended, &kernel, &user))
         return 0;
-    return std::uint64_t{created.dwHighDateTime} << 32 | created.dwLowDateTime;
+    return platform::units_of(created);
 }
 } // namespace
 } // namespace kf::process
