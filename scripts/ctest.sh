@@ -16,9 +16,10 @@ shift
 [[ -f build/$preset/CTestTestfile.cmake ]] || fail "build/$preset is not configured: cmake --preset $preset && cmake --build --preset $preset"
 
 launcher=()
+jobs=2
 run_ctest()
 {
-    "${launcher[@]}" ctest --test-dir "build/$preset" -j2 --output-on-failure --no-tests=error "$@"
+    "${launcher[@]}" ctest --test-dir "build/$preset" -j$jobs --output-on-failure --no-tests=error "$@"
 }
 
 export LC_ALL=C.UTF-8 TZ=UTC
@@ -35,4 +36,5 @@ fi
 
 . scripts/wine_session.sh
 start_wine || fail "no Wine to run the tests with"
+jobs=3 # they wait more than they work
 run_ctest "$@" 9>&-

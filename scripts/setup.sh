@@ -187,7 +187,11 @@ build_libcrypto()
 provide_all()
 {
     local boost=1.81.0 openssl=3.0 # the newest 3.0 that the sources hold
-    provide libcrypto $openssl release build_libcrypto no-shared no-tests no-engine no-legacy no-dso
+    # Without what stored keys never need.
+    provide libcrypto $openssl release build_libcrypto no-shared no-tests no-engine no-legacy no-dso no-aria no-bf \
+        no-blake2 no-camellia no-cast no-cmac no-cmp no-cms no-ct no-des no-dh no-dsa no-gost no-idea no-md4 no-mdc2 \
+        no-ocb no-ocsp no-rc2 no-rc4 no-rmd160 no-scrypt no-seed no-siphash no-siv no-sm2 no-sm3 no-sm4 no-srp no-ts \
+        no-whirlpool
     # The layouts of checked containers differ, so the checked build has its own archive.
     provide boost-thread $boost release build_boost_thread -std=c++20 -O2 -g -gdwarf-4 -DNDEBUG
     provide boost-thread $boost debug build_boost_thread -std=c++20 -O1 -g -gdwarf-4 -D_GLIBCXX_DEBUG -fstack-protector-all

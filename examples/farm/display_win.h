@@ -27,7 +27,7 @@ private:
     void redraw(const std::string& text);
 
     bool live_;
-    void* console_; // null when the output is none
+    void* console_;    // null when the output is none
     std::string last_; // what was drawn last
     int drawn_ = 0;    // its lines, above the cursor
     int last_ended_ = -1;

@@ -6,6 +6,8 @@
 
 #include <KFramework/filesystem.h>
 
+#include <CLI/CLI.hpp>
+
 #include <cstdio>
 
 int wmain(int argc, wchar_t** argv)

@@ -13,6 +13,8 @@
 #include <KFramework/filesystem.h>
 #include <KFramework/string.h>
 
+#include <CLI/CLI.hpp>
+
 #include <algorithm>
 #include <cstdio>
 #include <io.h>

@@ -9,6 +9,8 @@
 #include <KFramework/core.h>
 #include <KFramework/filesystem.h>
 
+#include <CLI/CLI.hpp>
+
 using namespace KFramework;
 
 namespace

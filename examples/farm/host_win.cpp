@@ -5,6 +5,8 @@
 #include <KFramework/object.h>
 #include <KFramework/string.h>
 
+#include <CLI/CLI.hpp>
+
 #include <cstdio>
 #include <vector>
 

@@ -8,9 +8,12 @@
 
 #include "config_file_win.h"
 
-#include <CLI/CLI.hpp>
-
 #include <string>
+
+namespace CLI
+{
+class App;
+}
 
 namespace farm
 {
