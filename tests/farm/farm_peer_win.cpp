@@ -1,6 +1,6 @@
-#include "tests/farm/farm_peer_win.h"
+#include "farm_peer_win.h"
 
-#include "tests/farm/farm_fixture_win.h"
+#include "farm_fixture_win.h"
 #include "tests/support/deadline.h"
 
 #include <gtest/gtest.h>

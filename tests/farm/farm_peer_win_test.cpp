@@ -1,7 +1,7 @@
 // Workers that the test plays: silent, greedy, lying.
 
-#include "tests/farm/farm_fixture_win.h"
-#include "tests/farm/farm_peer_win.h"
+#include "farm_fixture_win.h"
+#include "farm_peer_win.h"
 
 #include "KFramework/core.h"
 #include "load.h"

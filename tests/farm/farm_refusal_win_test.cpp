@@ -2,7 +2,7 @@
 
 #include "tests/support/program_run_win.h"
 
-#include "tests/farm/farm_fixture_win.h"
+#include "farm_fixture_win.h"
 
 using namespace farm_test;
 

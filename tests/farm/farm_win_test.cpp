@@ -1,6 +1,6 @@
 // The whole farm: real programs, real sockets, a worker that is killed, clients that talk rubbish.
 
-#include "tests/farm/farm_fixture_win.h"
+#include "farm_fixture_win.h"
 
 #include "KFramework/socket.h"
 #include "image_files.h"

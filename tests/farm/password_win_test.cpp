@@ -1,7 +1,7 @@
 // Who comes in: workers with a wrong password, without one, and clients that do not wait to be let in.
 
-#include "tests/farm/farm_fixture_win.h"
-#include "tests/farm/farm_peer_win.h"
+#include "farm_fixture_win.h"
+#include "farm_peer_win.h"
 
 #include "KFramework/services.h"
 #include "tests/support/winsock_session_win.h"

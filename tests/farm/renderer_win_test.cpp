@@ -2,7 +2,7 @@
 
 #include "KFramework/socket.h" // before <windows.h>
 
-#include "tests/farm/farm_fixture_win.h"
+#include "farm_fixture_win.h"
 
 #include "KFramework/core.h"
 #include "KFramework/process.h"
