@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <string_view>
+#include <vector>
 
 namespace farm
 {
@@ -65,6 +66,22 @@ bool append_line_feed(const std::string& path)
         return false;
     const bool written = std::fputc('\n', file) != EOF;
     return std::fclose(file) == 0 && written;
+}
+
+/// An empty file for which the rules are those of another, if that is there: a password may stand in it.
+bool make_alike(const std::string& path, const std::string& made)
+{
+    if (!KStringHelper::SaveFileFromString("", made))
+        return false;
+    const std::wstring from = KStringHelper::Utf8StringToWideString(path);
+    const std::wstring to = KStringHelper::Utf8StringToWideString(made);
+    if (::GetFileAttributesW(from.c_str()) == INVALID_FILE_ATTRIBUTES)
+        return true;
+    DWORD size = 0;
+    ::GetFileSecurityW(from.c_str(), DACL_SECURITY_INFORMATION, nullptr, 0, &size);
+    std::vector<unsigned char> rules(size);
+    return ::GetFileSecurityW(from.c_str(), DACL_SECURITY_INFORMATION, rules.data(), size, &size) &&
+           ::SetFileSecurityW(to.c_str(), DACL_SECURITY_INFORMATION, rules.data());
 }
 
 /// Puts a file in the place of another at once, unless that one is read-only.
@@ -171,7 +188,7 @@ std::string config_file::write(const CKConfigManager& changes, const std::string
     const std::string ready = ready_for_additions(text_);
     if (!has_any_of(changes) && !keeps_all_lines(ready, changes))
         return "lacks settings that cannot be added without changing a line of it";
-    if (!KStringHelper::SaveFileFromString(ready, made))
+    if (!make_alike(path_, made) || !KStringHelper::SaveFileFromString(ready, made))
         return "cannot be written";
 
     CKConfigManager saved = changes; // and nothing else: what the user wrote stays as it is

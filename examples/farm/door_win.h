@@ -21,6 +21,9 @@ public:
     acceptor(const acceptor&) = delete;
     acceptor& operator=(const acceptor&) = delete;
 
+    /// False when the thread could not be started, so that nobody comes in.
+    bool started() const { return thread_->threadHandle != nullptr; }
+
 private:
     static unsigned int routine(void* start);
     bool accept_one(int id);

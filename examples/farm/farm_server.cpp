@@ -18,6 +18,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <io.h>
+#include <optional>
 #include <string_view>
 
 using namespace KFramework;
@@ -72,22 +73,34 @@ void part(farm::server& host)
     wait_until_empty();
 }
 
+/// What run_job gives; none when a thread could not be started. Afterwards none touches the server any more.
+std::optional<bool> run_job_on_threads(farm::server& host, const farm::server_settings& settings,
+                                       SOCKET listener, bool live)
+{
+    std::optional<bool> finished;
+    farm::port_loop loop(settings.threads, host);
+    {
+        const farm::acceptor door(listener, loop);
+        if (host.started() && loop.started() && door.started())
+            finished = run_job(host, settings, live);
+    } // nobody new comes in from here on
+    part(host);
+    return finished;
+}
+
 int serve(const farm::server_settings& settings, SOCKET listener, bool live)
 {
-    bool finished = false;
     farm::server host(settings);
     farm::remove_old_pictures(host, settings);
-    {
-        farm::port_loop loop(settings.threads, host);
-        {
-            const farm::acceptor door(listener, loop);
-            finished = run_job(host, settings, live);
-        } // nobody new comes in from here on
-        part(host);
-    } // no thread of ours touches the server any more
+    const std::optional<bool> finished = run_job_on_threads(host, settings, listener, live);
     farm::remove_parts(settings);
-    std::printf("%s", host.summary().c_str());
     if (!finished)
+    {
+        farm::complain(kProgram, "cannot start its threads");
+        return farm::kCannotStart;
+    }
+    std::printf("%s", host.summary().c_str());
+    if (!*finished)
         farm::complain(kProgram,
                        "no worker for " + std::to_string(settings.patience_seconds) + " seconds, giving up");
     const int done = host.standing().done;

@@ -28,6 +28,9 @@ public:
     gate(const gate&) = delete;
     gate& operator=(const gate&) = delete;
 
+    /// False when the thread could not be started, so that no check ever gets an answer.
+    bool started() const { return thread_->threadHandle != nullptr; }
+
     /// Asks for a check; false when too many wait already.
     bool check(int connection, secret password);
 

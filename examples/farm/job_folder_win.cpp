@@ -42,6 +42,7 @@ void remove_old_pictures(const server& host, const server_settings& settings)
     for (int i = 0; i < settings.frame_count; ++i)
         KFileSystem::RemoveFile(host.frame_file(settings.first_frame + i));
     KFileSystem::RemoveFile(sheet_file(settings));
+    remove_parts(settings); // of a server that was killed: tickets begin anew
 }
 
 bool write_contact_sheet(const server& host, const server_settings& settings)

@@ -7,7 +7,7 @@
 
 namespace farm
 {
-/// An earlier job's frames and sheet must not pass for this one's.
+/// An earlier job's frames, sheet and parts must not pass for this one's.
 void remove_old_pictures(const server& host, const server_settings& settings);
 
 /// Removes what workers left half done, and late answers.

@@ -55,11 +55,11 @@ bool mailbox::take_refusal(const std::string& why)
     return true;
 }
 
-// An order belongs to the job that was described before it.
+// An order belongs to the job that was described before it. A server sends one at a time, and only when asked.
 bool mailbox::take_order(const std::string& text, unsigned int ticket)
 {
     const auto work = parse_order(text);
-    if (!work || !job_ || !job_->covers(work->frame))
+    if (!orders_.empty() || !work || !job_ || !job_->covers(work->frame))
         return false;
     orders_.push_back({ticket, *job_, *work});
     return true;

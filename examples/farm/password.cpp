@@ -23,6 +23,12 @@ bool is_control(char c)
     return static_cast<unsigned char>(c) < ' ' || c == '\x7f';
 }
 
+bool is_utf8(const std::string& text)
+{
+    const secret repaired(KStringHelper::fixUtf8String(text));
+    return repaired.text() == text;
+}
+
 bool is_key_digit(char c)
 {
     return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f');
@@ -45,6 +51,8 @@ std::string wrong_password(const std::string& password)
         return "a password has at most " + std::to_string(kLongestPassword) + " bytes";
     if (std::any_of(password.begin(), password.end(), is_control))
         return "a password has no control characters";
+    if (!is_utf8(password)) // another program would take the same letters for other bytes
+        return "a password is UTF-8";
     return "";
 }
 

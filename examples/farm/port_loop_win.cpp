@@ -3,6 +3,8 @@
 #include <KFramework/core.h>
 #include <KFramework/logger.h>
 
+#include <algorithm>
+
 namespace farm
 {
 using namespace KFramework;
@@ -58,6 +60,13 @@ port_loop::~port_loop()
     {
     }
     ::CloseHandle(port_);
+}
+
+bool port_loop::started() const
+{
+    return port_ != nullptr && std::all_of(threads_.begin(), threads_.end(),
+                                           [](const KProcesses::KThreadObject* thread)
+                                           { return thread->threadHandle != nullptr; });
 }
 
 bool port_loop::serve(connection* stream)
@@ -148,7 +157,10 @@ void port_loop::received(connection& stream, CKSocketOverlappedStruct& record, u
 {
     stream.IncrementReadBytes(bytes, true);
     record.Unmark();
-    if (deliver_messages(stream))
+    stream.LockRead();
+    const unsigned long long waiting = stream.receiveFill;
+    stream.UnlockRead();
+    if (handler_.on_received(stream, waiting) && deliver_messages(stream))
         stream.SetupReadEvent();
     else
         stream.Shutdown();

@@ -47,6 +47,9 @@ public:
     /// called serve().
     virtual void on_opened(connection& /*opened*/) {}
 
+    /// Bytes have come, and so many wait now to be messages; false ends the connection before they are looked at.
+    virtual bool on_received(connection& /*from*/, unsigned long long /*waiting*/) { return true; }
+
     /// One whole message; false ends the connection. One connection's messages come one at a time and in
     /// order, but on_closed may come on another thread meanwhile, and a last message right after it.
     virtual bool on_message(connection& from, command what, const std::string& text,
@@ -66,6 +69,9 @@ public:
     ~port_loop();
     port_loop(const port_loop&) = delete;
     port_loop& operator=(const port_loop&) = delete;
+
+    /// False when the port or one of the threads could not be made, so that messages may wait for ever.
+    bool started() const;
 
     /// Starts to serve a connected stream, which the loop retains until on_closed.
     /// False when the port does not take it; the stream is closed and released then.

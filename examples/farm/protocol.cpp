@@ -40,6 +40,11 @@ bool fit_for_a_name(std::string_view name)
     };
     return !name.empty() && name.size() <= kLongestName && std::all_of(name.begin(), name.end(), allowed);
 }
+// In quotes it stays one argument of a command line.
+bool fit_for_quotes(std::string_view mask)
+{
+    return !mask.empty() && mask.find('"') == std::string_view::npos && mask.back() != '\\';
+}
 } // namespace
 
 std::string to_text(const hello& value)
@@ -77,7 +82,7 @@ std::optional<order> parse_order(std::string_view text)
 {
     const auto fields = parse_fields(text);
     if (!fields || fields->size() != 2 || !fields->contains("frame") || !fields->contains("mask") ||
-        fields->at("mask").empty())
+        !fit_for_quotes(fields->at("mask")))
         return std::nullopt;
     const auto frame = number_between(fields->at("frame"), 0, kLargestNumber);
     if (!frame)

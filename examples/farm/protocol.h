@@ -49,6 +49,9 @@ inline constexpr int kHeartbeatSeconds = 2;
 /// Seconds that a new connection has for its hello.
 inline constexpr int kHelloSeconds = 5;
 
+/// The longest hello as it stands on the wire, in bytes.
+inline constexpr std::size_t kLongestHello = 500;
+
 /// The longest line of output that a worker sends on; the rest is cut.
 inline constexpr std::size_t kLongestOutputLine = 1000;
 
@@ -62,8 +65,9 @@ struct hello
 /// One frame of the job.
 struct order
 {
-    int frame = 0;    ///< number of the frame
-    std::string mask; ///< sequence mask of the file to write, for example C:\job\7.####.png
+    int frame = 0; ///< number of the frame
+    std::string
+        mask; ///< sequence mask of the file to write, for example C:\job\7.####.png; fit to stand in quotes
 };
 
 /// Wipe what a hello's text was needed for.

@@ -125,6 +125,8 @@ std::vector<std::string> renderer::new_lines(bool ended)
     lines.pop_back();
     if (ended && !unfinished_.empty())
         lines.push_back(std::exchange(unfinished_, ""));
+    if (unfinished_.size() > kLongestOutputLine)
+        unfinished_.resize(kLongestOutputLine); // nobody wants more of a line, and some never end
     for (std::string& line : lines)
         KStringHelper::TrimCR(line);
     return lines;

@@ -28,6 +28,20 @@ void server::on_opened(connection& accepted)
     peers_.emplace(accepted.id(), std::move(added));
 }
 
+// A few thousand bytes of a stranger may unfold to a thousand times as many, on a thread that serves the workers.
+bool server::on_received(connection& from, unsigned long long waiting)
+{
+    const std::lock_guard lock(guard_);
+    const auto entry = peers_.find(from.id());
+    if (entry == peers_.end())
+        return false;
+    if (entry->second.is_worker() || waiting <= kLongestHello)
+        return true;
+    AddLogEntry(GetDefaultLogger(), kSevere, kModule, "connection %d says too much before it is let in",
+                from.id());
+    return false;
+}
+
 // One password for each connection: whoever wants another try connects again and stands behind the others.
 bool server::receive_hello(peer& from, const std::string& text)
 {

@@ -40,6 +40,9 @@ class server : public connection_handler
 public:
     explicit server(const server_settings& settings);
 
+    /// False when it has no thread for its workers' passwords.
+    bool started() const { return gate_.started(); }
+
     /// Once a second: heartbeats out, workers that are silent or stuck away.
     void check_workers();
 
@@ -62,6 +65,7 @@ public:
     std::string frame_file(int frame) const;
 
     void on_opened(connection& accepted) override;
+    bool on_received(connection& from, unsigned long long waiting) override;
     bool on_message(connection& from, command what, const std::string& text, unsigned int parameter) override;
     void on_closed(connection& ended) override;
 

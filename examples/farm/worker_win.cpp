@@ -158,6 +158,11 @@ int work(const worker_settings& settings, secret password)
 {
     mailbox mail;
     port_loop loop(1, mail);
+    if (!loop.started())
+    {
+        complain(kProgram, "cannot start a thread");
+        return kCannotStart;
+    }
     auto* const server = new connection(0);
     server->Retain();
     // A connection by name may report success and hold no socket: ask for it.

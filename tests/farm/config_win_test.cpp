@@ -11,11 +11,41 @@
 
 #include <gtest/gtest.h>
 
+#include <sddl.h>
+
+#include <vector>
+
 namespace
 {
 using kf::test::program_run;
 using kf::test::temporary_folder;
 namespace files = KFramework::KFileSystem;
+
+/// A part of what the system knows of a file's protection, as it writes that down.
+std::string protection(const std::string& path, SECURITY_INFORMATION part)
+{
+    std::vector<char> bytes(4096);
+    DWORD size = 0;
+    EXPECT_TRUE(
+        ::GetFileSecurityA(path.c_str(), part, bytes.data(), static_cast<DWORD>(bytes.size()), &size));
+    char* text = nullptr;
+    EXPECT_TRUE(::ConvertSecurityDescriptorToStringSecurityDescriptorA(bytes.data(), SDDL_REVISION_1, part,
+                                                                       &text, nullptr));
+    const std::string result = text != nullptr ? text : "";
+    ::LocalFree(text);
+    return result;
+}
+
+/// Lets nobody but its owner touch a file.
+void make_private(const std::string& path)
+{
+    const std::string owner = protection(path, OWNER_SECURITY_INFORMATION).substr(2); // behind "O:"
+    PSECURITY_DESCRIPTOR rules = nullptr;
+    ASSERT_TRUE(::ConvertStringSecurityDescriptorToSecurityDescriptorA(("D:P(A;;FA;;;" + owner + ")").c_str(),
+                                                                       SDDL_REVISION_1, &rules, nullptr));
+    EXPECT_TRUE(::SetFileSecurityA(path.c_str(), DACL_SECURITY_INFORMATION, rules));
+    ::LocalFree(rules);
+}
 
 /// A server that gives up at once unless the file says otherwise, and its farm.conf.
 class FarmConf : public testing::Test
@@ -154,6 +184,19 @@ TEST_F(FarmConf, IsLeftAloneWithAWarningWhenItIsReadOnly)
     EXPECT_TRUE(says("farm_server: warning: " + path + " cannot be written\n")) << output;
     EXPECT_EQ(folder.read("farm.conf"), text);
     EXPECT_FALSE(files::CheckFile(folder.text("farm.conf.new")));
+}
+
+TEST_F(FarmConf, StaysAsPrivateAsItIsWhenItIsCompleted)
+{
+    const std::string path = folder.write("farm.conf", "[worker]\npassword = sesame\nport = 1\n");
+    const std::string usual = protection(path, DACL_SECURITY_INFORMATION);
+    make_private(path);
+    const std::string rules = protection(path, DACL_SECURITY_INFORMATION);
+    ASSERT_NE(rules, usual);
+    program_run worker("farm_worker", "--log-folder \"" + folder.text() + "\" --config \"" + path + "\"");
+    EXPECT_EQ(worker.wait(), 3U);
+    EXPECT_NE(conf().find("\nsilence = 10\n"), std::string::npos) << worker.output();
+    EXPECT_EQ(protection(path, DACL_SECURITY_INFORMATION), rules);
 }
 
 TEST_F(FarmConf, TellsAWorkerWhereTheServerIs)

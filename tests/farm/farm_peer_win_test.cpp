@@ -4,10 +4,14 @@
 #include "farm_peer_win.h"
 
 #include "KFramework/core.h"
+#include "image_files.h"
 #include "load.h"
 #include "tests/support/winsock_session_win.h"
 
+#include <filesystem>
+
 using namespace farm_test;
+namespace files = KFramework::KFileSystem;
 
 TEST_F(Farm, GivesTheFrameOfASilentWorkerToAnother)
 {
@@ -75,6 +79,26 @@ TEST_F(Farm, TakesAFailureWithoutAReasonForAFailure)
         << server.output();
     EXPECT_EQ(server.output().find('\x1B'), std::string::npos);
     expect_all_frames();
+}
+
+TEST_F(Farm, NeverTakesAnEarlierServersPartsForAWorkers)
+{
+    const kf::test::winsock_session winsock;
+    const farm::image old{kWidth, kHeight, std::vector<std::uint8_t>(3 * kWidth * kHeight)};
+    std::filesystem::create_directory(folder.entry("parts"));
+    ASSERT_TRUE(farm::save_png(old, files::GetFileFromMask(folder.text("parts\\1.####.png"), 1)));
+    program_run server("farm_server", server_arguments("--frames 1 --width 96 --height 54 --tries 1"));
+    peer idler(port());
+    idler.join("idler");
+    idler.send(farm::command::ready, "");
+    ASSERT_TRUE(idler.receive(farm::command::order));
+    EXPECT_EQ(idler.ticket, 1U);
+    idler.send(farm::command::done, "", idler.ticket);
+    ASSERT_TRUE(idler.receive(farm::command::farewell));
+    idler.close();
+
+    EXPECT_EQ(server.wait(), 1U) << server.output();
+    EXPECT_NE(folder.read("farm_server.log").find("its file is missing or damaged"), std::string::npos);
 }
 
 TEST_F(Farm, GivesTheFrameOfAWorkerThatNeverAnswersToAnother)

@@ -71,6 +71,8 @@ TEST(WrongPassword, SaysWhyWithoutSayingWhat)
     EXPECT_EQ(farm::wrong_password(std::string(201, 'x')), "a password has at most 200 bytes");
     for (const char control : {'\0', '\t', '\n', '\r', '\x1A', '\x1F', '\x7F'})
         EXPECT_EQ(farm::wrong_password(std::string("a") + control), "a password has no control characters");
+    for (const char* const broken : {"p\xE4sswort", "a\xC3", "\xED\xA0\x80"})
+        EXPECT_EQ(farm::wrong_password(broken), "a password is UTF-8");
 }
 
 TEST(WrongKey, TakesOnlyWhatTheLibraryTakesForAKey)

@@ -60,6 +60,37 @@ TEST_F(Farm, LetsOnlyWorkersInThatKnowThePassword)
     expect_all_frames();
 }
 
+TEST_F(Farm, EndsAStrangerThatSaysMoreThanAHello)
+{
+    const kf::test::winsock_session winsock;
+    program_run server("farm_server", server_arguments());
+    const std::string at = port();
+    std::string noise; // does not compress well
+    for (std::uint32_t i = 0, state = 1; i < 2000; ++i)
+    {
+        state = state * 1664525 + 1013904223;
+        noise += static_cast<char>('!' + (state >> 16) % 90);
+    }
+    peer whole(at);
+    whole.send(farm::command::hello, noise);
+    EXPECT_FALSE(whole.receive(farm::command::job));
+    const SOCKET half = KFramework::KSocket::CreateSocket(AF_INET, 0); // promises 60,000 bytes
+    ASSERT_TRUE(KFramework::KSocket::ConnectSocket(half, "127.0.0.1", std::stoi(at)));
+    const std::string start = std::string("\x01\x60\xEA\0\0\0\0\0\0\x01\0\0\0", 13) + noise;
+    EXPECT_EQ(::send(half, start.data(), static_cast<int>(start.size()), 0), static_cast<int>(start.size()));
+    char byte = 0;
+    EXPECT_LE(::recv(half, &byte, 1, 0), 0);
+    KFramework::KSocket::CloseSocket(half);
+    peer longest(at); // in name and password
+    longest.send(farm::command::hello, hello(std::string(40, 'n'), noise.substr(0, 200)));
+    EXPECT_TRUE(longest.receive(farm::command::refused));
+    EXPECT_EQ(longest.text, "wrong password");
+
+    const std::string log = folder.read("farm_server.log");
+    EXPECT_TRUE(says(log, "connection 1 says too much before it is let in")) << log;
+    EXPECT_TRUE(says(log, "connection 2 says too much before it is let in")) << log;
+}
+
 TEST_F(Farm, HearsNothingFromAClientBeforeItIsLetIn)
 {
     const kf::test::winsock_session winsock;

@@ -21,8 +21,8 @@ TEST(ParseOrder, RefusesEveryShorterText)
     for (std::size_t length = 0; length + 1 < whole.size(); ++length)
     {
         const auto read = farm::parse_order(whole.substr(0, length));
-        // Cut inside the last field, the mask is only shorter; nothing else may pass.
-        EXPECT_EQ(read.has_value(), length > whole.find("mask=") + 5) << length;
+        // Cut inside the last field, the mask is only shorter, unless it ends as a folder does; nothing else may pass.
+        EXPECT_EQ(read.has_value(), length > whole.find("mask=") + 5 && whole[length - 1] != '\\') << length;
     }
 }
 
@@ -35,6 +35,12 @@ TEST(ParseOrder, RefusesNumbersOutOfRangeAndTextAfterThem)
         text.replace(text.find("frame=7"), 7, wrong);
         EXPECT_FALSE(farm::parse_order(text)) << wrong;
     }
+}
+
+TEST(ParseOrder, RefusesAMaskThatWouldEndItsQuotes)
+{
+    for (const char* const wrong : {"", "a#.png\" --server \"b", "\"", "C:\\a#\\"})
+        EXPECT_FALSE(farm::parse_order("frame=7\nmask=" + std::string(wrong) + "\n")) << wrong;
 }
 
 TEST(ParseOrder, RefusesUnknownAndRepeatedFields)

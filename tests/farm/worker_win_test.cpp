@@ -89,6 +89,8 @@ protected:
     const kf::test::winsock_session winsock;
     const std::string bundle = to_bundle(farm::job{5, 3});
     const std::string order = to_text(farm::order{8, "C:\\x\\1.####.png"});
+    /// Behind what must end the conversation: a worker that goes on finds it and ends with code 0.
+    const messages::value_type farewell{farm::command::farewell, ""};
     std::string output;
 };
 } // namespace
@@ -101,23 +103,32 @@ TEST_F(FarmWorkerConversation, EndsAtAFarewellAndSaysWhatTheJobIs)
 
 TEST_F(FarmWorkerConversation, EndsWithAServerWhoseJobIsNone)
 {
-    EXPECT_EQ(tell({{farm::command::job, bundle.substr(4)}}), 5U);
+    EXPECT_EQ(tell({{farm::command::job, bundle.substr(4)}, farewell}), 5U);
     EXPECT_EQ(output, "farm_worker: the server went away\n");
 }
 
 TEST_F(FarmWorkerConversation, EndsWithAServerThatDescribesTwoJobs)
 {
-    EXPECT_EQ(tell({{farm::command::job, bundle}, {farm::command::job, bundle}}), 5U);
+    EXPECT_EQ(tell({{farm::command::job, bundle}, {farm::command::job, bundle}, farewell}), 5U);
 }
 
 TEST_F(FarmWorkerConversation, EndsWithAServerThatOrdersBeforeItDescribes)
 {
-    EXPECT_EQ(tell({{farm::command::order, order}}), 5U);
+    EXPECT_EQ(tell({{farm::command::order, order}, farewell}), 5U);
 }
 
 TEST_F(FarmWorkerConversation, EndsWithAServerThatOrdersAFrameOutsideItsJob)
 {
-    EXPECT_EQ(tell({{farm::command::job, bundle}, {farm::command::order, order}}), 5U);
+    EXPECT_EQ(tell({{farm::command::job, bundle}, {farm::command::order, order}, farewell}), 5U);
+}
+
+TEST_F(FarmWorkerConversation, EndsWithAServerThatOrdersMoreThanItWasAskedFor)
+{
+    messages all{{farm::command::job, bundle}};
+    for (int i = 0; i < 100; ++i) // the worker may have begun with the first
+        all.emplace_back(farm::command::order, to_text(farm::order{5, "C:\\x\\1.####.png"}));
+    all.push_back(farewell);
+    EXPECT_EQ(tell(all), 5U);
 }
 
 TEST_F(FarmWorkerConversation, EndsAtARefusalAndSaysWhy)
@@ -131,5 +142,5 @@ TEST_F(FarmWorkerConversation, EndsAtARefusalAndSaysWhy)
 
 TEST_F(FarmWorkerConversation, EndsWithAServerThatRefusesAfterItsJob)
 {
-    EXPECT_EQ(tell({{farm::command::job, bundle}, {farm::command::refused, "no"}}), 5U);
+    EXPECT_EQ(tell({{farm::command::job, bundle}, {farm::command::refused, "no"}, farewell}), 5U);
 }
