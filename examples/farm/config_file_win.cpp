@@ -68,13 +68,29 @@ bool append_line_feed(const std::string& path)
     return std::fclose(file) == 0 && written;
 }
 
-/// An empty file for which the rules are those of another, if that is there: a password may stand in it.
+/// Whether a file may be written, as far as it is there: what takes its place could be neither written nor removed
+/// under the same rules.
+bool may_be_written(const std::wstring& path)
+{
+    const DWORD attributes = ::GetFileAttributesW(path.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_READONLY) != 0)
+        return attributes == INVALID_FILE_ATTRIBUTES;
+    const HANDLE file =
+        ::CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                      nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return false;
+    ::CloseHandle(file);
+    return true;
+}
+
+/// An empty file that only those may read who may read another, if that is there: a password may stand in it.
 bool make_alike(const std::string& path, const std::string& made)
 {
-    if (!KStringHelper::SaveFileFromString("", made))
-        return false;
     const std::wstring from = KStringHelper::Utf8StringToWideString(path);
     const std::wstring to = KStringHelper::Utf8StringToWideString(made);
+    if (!may_be_written(from) || !KStringHelper::SaveFileFromString("", made))
+        return false;
     if (::GetFileAttributesW(from.c_str()) == INVALID_FILE_ATTRIBUTES)
         return true;
     DWORD size = 0;
@@ -84,14 +100,11 @@ bool make_alike(const std::string& path, const std::string& made)
            ::SetFileSecurityW(to.c_str(), DACL_SECURITY_INFORMATION, rules.data());
 }
 
-/// Puts a file in the place of another at once, unless that one is read-only.
+/// Puts a file in the place of another at once.
 bool replace(const std::string& path, const std::string& made)
 {
     const std::wstring to = KStringHelper::Utf8StringToWideString(path);
     const std::wstring from = KStringHelper::Utf8StringToWideString(made);
-    const DWORD attributes = ::GetFileAttributesW(to.c_str());
-    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0)
-        return false;
     return ::MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING) == TRUE;
 }
 
