@@ -36,5 +36,6 @@ fi
 
 . scripts/wine_session.sh
 start_wine || fail "no Wine to run the tests with"
+launcher=("${fixed_addresses[@]}")
 jobs=3 # they wait more than they work
 run_ctest "$@" 9>&-

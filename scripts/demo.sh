@@ -39,7 +39,7 @@ a_quarter_is_done()
 # worker NAME PASSWORD: in the background. A variable, since everyone can read a command line.
 worker()
 {
-    FARM_PASSWORD=$2 "$wine" "$programs/farm_worker.exe" --config "$out/farm.conf" --port "$port" --name "$1" \
+    FARM_PASSWORD=$2 "${wine[@]}" "$programs/farm_worker.exe" --config "$out/farm.conf" --port "$port" --name "$1" \
         --log-folder "$out" </dev/null >"$out/$1.out" 2>&1 9>&- &
 }
 
@@ -61,9 +61,9 @@ width = 320
 height = 180
 EOF
 password=$(od -An -N16 -tx1 /dev/urandom | tr -d ' \n')
-printf '%s\n' "$password" | "$wine" "$programs/farm_server.exe" --config "$out/farm.conf" --set-password 9>&- ||
+printf '%s\n' "$password" | "${wine[@]}" "$programs/farm_server.exe" --config "$out/farm.conf" --set-password 9>&- ||
     fail "no password could be set"
-"$wine" "$programs/farm_server.exe" --config "$out/farm.conf" --output "$out" --port-file "$out/port" \
+"${wine[@]}" "$programs/farm_server.exe" --config "$out/farm.conf" --output "$out" --port-file "$out/port" \
     --progress live </dev/null 9>&- &
 server=$!
 wait_for test -s "$out/port"

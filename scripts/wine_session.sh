@@ -3,7 +3,7 @@
 #     . scripts/wine_session.sh
 #     start_wine            # fails with a line on standard error; ends with the calling script
 #     start_wine PREFIX     # the same in another prefix and on the display that DISPLAY names
-#     "$wine" program.exe
+#     "${wine[@]}" program.exe
 
 wine_fail()
 {
@@ -11,10 +11,19 @@ wine_fail()
     return 1
 }
 
+# Wine's loader and its heap are to lie where they always do. The heap lies at random in the gigabyte above the loader
+# otherwise, and once in some 8,000 starts it takes the place of the page that all programs share: the program ends
+# before it begins, without a word, and whoever started it gets error 1359.
+if setarch -R true 2>/dev/null; then
+    fixed_addresses=(setarch -R)
+else
+    fixed_addresses=()
+fi
+
 # Never inherits our output: a server that holds it keeps every reader of it waiting.
 quiet_wine()
 {
-    "$wine" "$@" </dev/null >/dev/null 2>&1 9>&-
+    "${wine[@]}" "$@" </dev/null >/dev/null 2>&1 9>&-
 }
 
 set_wine_value()
@@ -36,8 +45,8 @@ start_wine()
 {
     local folder fresh= prefix=${1:-build/wine}
     folder=$(dirname "$(dpkg -L wine64 2>/dev/null | grep -E '/wine64$' | head -n 1)")
-    wine=$folder/wine64
-    [[ -x $wine ]] || wine_fail "wine64 is not installed: run scripts/setup.sh" || return
+    wine=("${fixed_addresses[@]}" "$folder/wine64")
+    [[ -x $folder/wine64 ]] || wine_fail "wine64 is not installed: run scripts/setup.sh" || return
     export LC_ALL=C.UTF-8 TZ=UTC
     [[ $# -gt 0 ]] || unset DISPLAY
     export WINEPREFIX=$PWD/$prefix WINEDEBUG=-all WINEDLLOVERRIDES='mscoree,mshtml='
