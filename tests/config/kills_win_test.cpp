@@ -72,7 +72,8 @@ protected:
             }
             program_.kill();
             std::string said = program_.everything();
-            said.pop_back();
+            if (!said.empty())
+                said.pop_back();
             return std::atoi(said.c_str() + said.rfind('\n') + 1); // npos + 1 is 0
         }
 
