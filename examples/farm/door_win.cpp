@@ -52,7 +52,10 @@ bool acceptor::accept_one(int id)
     FD_ZERO(&ready);
     FD_SET(listener_, &ready);
     timeval moment{0, 100'000};
-    if (KSocket::SelectSocket(0, &ready, nullptr, nullptr, &moment) < 1)
+    const int answer = KSocket::SelectSocket(0, &ready, nullptr, nullptr, &moment);
+    if (answer < 0)
+        MicroSleep(100); // it answered at once and may go on like that
+    if (answer < 1)
         return false;
     sockaddr_storage address = {};
     int length = sizeof address;

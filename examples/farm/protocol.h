@@ -65,9 +65,10 @@ struct hello
 /// One frame of the job.
 struct order
 {
-    int frame = 0; ///< number of the frame
-    std::string
-        mask; ///< sequence mask of the file to write, for example C:\job\7.####.png; fit to stand in quotes
+    /// Number of the frame.
+    int frame = 0;
+    /// Sequence mask of the file to write, for example C:\job\7.####.png; fit to stand in quotes.
+    std::string mask;
 };
 
 /// Wipe what a hello's text was needed for.

@@ -1,8 +1,8 @@
 /// Logs whose program is killed at random moments.
 
 #include "tests/children/killed_log.h"
-#include "tests/support/child_win.h"
 #include "tests/logger/log_leftovers_win.h"
+#include "tests/support/child_win.h"
 
 #include <algorithm>
 #include <chrono>
@@ -53,7 +53,9 @@ struct log_history
 {
     killed_log_kind kind;
     std::set<int> current{}; ///< lines that the last life left in the log itself
-    int checked = 0;         ///< lines whose AddLogEntry had returned
+    int late = 0;    ///< the line that the last life was at: Wine tells of a death while the system may still
+                     ///< be at the last write, whose line can come after the log has been read
+    int checked = 0; ///< lines whose AddLogEntry had returned
     int killed_rotating = 0;
     int ignored = 0;
     int packed = 0;
@@ -101,8 +103,9 @@ protected:
         for (const auto& [line, count] : leftovers.found)
         {
             EXPECT_EQ(count, 1) << "line " << line;
-            EXPECT_TRUE(promised.contains(line) || line == log.returned + 1)
-                << "line " << line << " came from nowhere";
+            EXPECT_TRUE(promised.contains(line) || line == log.returned + 1 || line == history.late)
+                << "line " << line << " came from nowhere, " << log.first << " to " << log.returned
+                << " had returned";
         }
 
         history.checked += log.returned - log.first + 1;
@@ -112,6 +115,7 @@ protected:
         history.current = leftovers.current;
         for (const std::string& name : leftovers.rotated)
             std::filesystem::remove(folder.entry(name));
+        history.late = log.returned + 1;
         log.first = log.returned + 2;
         log.returned = log.first - 1;
     }
