@@ -1,25 +1,31 @@
 #include "KFramework/string/byte_texts.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace kf::string
 {
+namespace
+{
+constexpr std::size_t kPieceBytes = 512;
+}
+
 void byte_texts::append_to(std::string& result, std::string_view text) const
 {
-    std::size_t length = 0;
-    for (const char c : text)
-        length += entries_[static_cast<unsigned char>(c)].length;
-
-    // Every entry is copied whole, in one move and without a decision; the next one goes over what is too much.
-    const std::size_t start = result.size();
-    result.resize(start + length + sizeof(entry));
-    char* out = result.data() + start;
-    for (const char c : text)
+    result.reserve(result.size() + text.size());
+    char written[kPieceBytes * sizeof(entry)];
+    while (!text.empty())
     {
-        const entry& written = entries_[static_cast<unsigned char>(c)];
-        std::memcpy(out, &written, sizeof written);
-        out += written.length;
+        // Every entry is copied whole, in one move and without a decision; the next one goes over what is too much.
+        char* out = written;
+        for (const char c : text.substr(0, kPieceBytes))
+        {
+            const entry& next = entries_[static_cast<unsigned char>(c)];
+            std::memcpy(out, &next, sizeof next);
+            out += next.length;
+        }
+        result.append(written, out);
+        text.remove_prefix(std::min(text.size(), kPieceBytes));
     }
-    result.resize(start + length);
 }
 } // namespace kf::string

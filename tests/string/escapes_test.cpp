@@ -163,6 +163,22 @@ TEST(EncodeHTML, WritesBytesBeyondAsciiAsSignedNumbersWithoutASemicolon)
     expect_for_every_byte(&EncodeHTML, &html_escape);
 }
 
+TEST(EncodeHTML, WritesLongTextsWholeWhateverTheyHold)
+{
+    std::string text, should;
+    while (text.size() < 2'100)
+    {
+        text += "\x80";
+        should += "&#-128";
+        ASSERT_EQ(EncodeHTML(text), should) << text.size();
+        if (text.size() % 7 == 0)
+        {
+            text += "a\x80<";
+            should += "a&#-128&lt;";
+        }
+    }
+}
+
 TEST(EncodeSQL, DoublesEachSingleQuoteOnce)
 {
     EXPECT_EQ(EncodeSQL("it's"), "it''s");
